@@ -1,0 +1,67 @@
+// Read-only memory mapping of an open file.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/file.h"
+
+namespace quillon::platform {
+
+// The granularity that view start offsets must be multiples of
+// (dwAllocationGranularity on Windows, the page size on POSIX).
+std::uint32_t AllocationGranularity();
+
+class MappedView;
+
+// A read-only mapping object over a whole file (CreateFileMappingW with
+// PAGE_READONLY). Move-only. The file must stay open while views exist.
+class FileMapping {
+ public:
+  FileMapping() = default;
+  ~FileMapping();
+  FileMapping(FileMapping&& other) noexcept;
+  FileMapping& operator=(FileMapping&& other) noexcept;
+  FileMapping(const FileMapping&) = delete;
+  FileMapping& operator=(const FileMapping&) = delete;
+
+  // Returns a Windows error code. An empty file cannot be mapped (1006).
+  std::uint32_t Create(const File& file);
+  bool IsOpen() const;
+  void Close();
+
+  // Maps `length` bytes starting at `offset`, which must be a multiple of
+  // AllocationGranularity() (87 otherwise). The range must lie inside the
+  // file as it was when the mapping was created.
+  std::uint32_t Map(std::uint64_t offset, std::size_t length,
+                    MappedView& view) const;
+
+ private:
+  std::intptr_t handle_ = -1;  // mapping handle on Windows, dup'd fd on POSIX
+  std::uint64_t size_ = 0;
+};
+
+// One mapped view. Move-only; the destructor unmaps it.
+class MappedView {
+ public:
+  MappedView() = default;
+  ~MappedView();
+  MappedView(MappedView&& other) noexcept;
+  MappedView& operator=(MappedView&& other) noexcept;
+  MappedView(const MappedView&) = delete;
+  MappedView& operator=(const MappedView&) = delete;
+
+  const std::uint8_t* data() const { return data_; }
+  std::size_t size() const { return size_; }
+  std::uint64_t offset() const { return offset_; }
+  bool IsMapped() const { return data_ != nullptr; }
+  void Unmap();
+
+ private:
+  friend class FileMapping;
+  const std::uint8_t* data_ = nullptr;
+  std::size_t size_ = 0;
+  std::uint64_t offset_ = 0;
+};
+
+}  // namespace quillon::platform

@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Installs everything Quillon needs to build and test on Debian 12.
+# Safe to run again: it installs only what is missing.
+set -euo pipefail
+packages=(cmake ninja-build g++ ccache googletest libgtest-dev libbenchmark-dev
+          libcli11-dev nlohmann-json3-dev pybind11-dev python3-dev python3-pytest
+          clang libclang-rt-14-dev
+          mingw-w64 mingw-w64-tools wine64 libwine-dev)
+missing=()
+for p in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+if ((${#missing[@]})); then
+  echo "setup: installing ${missing[*]}"
+  SUDO=""; [ "$(id -u)" -eq 0 ] || SUDO=sudo
+  $SUDO apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
+fi

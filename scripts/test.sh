@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Sets everything up and runs every test: the native build, the sanitizer
+# build and the Windows cross build under Wine. Exits non-zero on any failure.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+"$root/scripts/setup.sh"
+export CCACHE_DIR=${CCACHE_DIR:-$root/build/ccache}
+
+run_ctest() {  # build dir
+  ctest --test-dir "$1" --output-on-failure -j "$(nproc)"
+}
+
+echo "== native build and tests"
+"$root/scripts/build.sh" native
+run_ctest "$root/build/native"
+
+echo "== sanitizer build and tests (ASan + UBSan)"
+"$root/scripts/build.sh" sanitize
+ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 run_ctest "$root/build/sanitize"
+
+echo "== Windows cross build and tests under Wine"
+"$root/scripts/build.sh" windows
+export WINEPREFIX="$root/build/windows/wineprefix" WINEDEBUG=-all
+[ -d "$WINEPREFIX" ] || wine wineboot -i >/dev/null 2>&1
+wineserver -p
+trap 'wineserver -k || true' EXIT
+run_ctest "$root/build/windows"
