@@ -4,5 +4,6 @@ set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh"
 export CCACHE_DIR=${CCACHE_DIR:-$root/build/ccache}
-"$root/scripts/build.sh" native -DQUILLON_TESTS=OFF
+cmake -S "$root" -B "$root/build/native" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake --build "$root/build/native" -j "$(nproc)" --target quillon
 "$root/build/native/cli/quillon" dump "$root/samples/demo.isf"
