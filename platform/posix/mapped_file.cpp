@@ -1,0 +1,114 @@
+// Read-only mapping on POSIX: the mapping object is a duplicate of the
+// file's descriptor (so it outlives a moved or reopened File), each view an
+// mmap of the file.
+#include "platform/mapped_file.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "platform/posix/native_path.h"
+
+namespace quillon::platform {
+
+std::uint32_t AllocationGranularity() {
+  static const std::uint32_t granularity = [] {
+    const long page = ::sysconf(_SC_PAGESIZE);
+    return page > 0 ? static_cast<std::uint32_t>(page) : 4096u;
+  }();
+  return granularity;
+}
+
+FileMapping::~FileMapping() { Close(); }
+
+FileMapping::FileMapping(FileMapping&& other) noexcept
+    : handle_(other.handle_), size_(other.size_) {
+  other.handle_ = -1;
+  other.size_ = 0;
+}
+
+FileMapping& FileMapping::operator=(FileMapping&& other) noexcept {
+  if (this != &other) {
+    Close();
+    handle_ = other.handle_;
+    size_ = other.size_;
+    other.handle_ = -1;
+    other.size_ = 0;
+  }
+  return *this;
+}
+
+std::uint32_t FileMapping::Create(const File& file) {
+  Close();
+  if (!file.IsOpen()) return error::kInvalidHandle;
+  std::uint64_t size = 0;
+  if (const std::uint32_t rc = file.Size(size); rc != error::kSuccess) return rc;
+  if (size == 0) return 1006;  // ERROR_FILE_INVALID: an empty file has nothing to map
+  const int fd = ::fcntl(static_cast<int>(file.NativeHandle()), F_DUPFD_CLOEXEC, 0);
+  if (fd < 0) return posix::WindowsError(errno);
+  handle_ = fd;
+  size_ = size;
+  return error::kSuccess;
+}
+
+bool FileMapping::IsOpen() const { return handle_ >= 0; }
+
+void FileMapping::Close() {
+  if (handle_ >= 0) {
+    ::close(static_cast<int>(handle_));
+    handle_ = -1;
+    size_ = 0;
+  }
+}
+
+std::uint32_t FileMapping::Map(std::uint64_t offset, std::size_t length, MappedView& view) const {
+  view.Unmap();
+  if (!IsOpen()) return error::kInvalidHandle;
+  if (offset % AllocationGranularity() != 0 || offset >= size_) return error::kInvalidParameter;
+  if (length == 0) length = static_cast<std::size_t>(size_ - offset);  // to the end, as Windows
+  if (length > size_ - offset) return error::kInvalidParameter;
+
+  void* data = ::mmap(nullptr, length, PROT_READ, MAP_SHARED, static_cast<int>(handle_),
+                      static_cast<off_t>(offset));
+  if (data == MAP_FAILED) return posix::WindowsError(errno);
+  view.data_ = static_cast<const std::uint8_t*>(data);
+  view.size_ = length;
+  view.offset_ = offset;
+  return error::kSuccess;
+}
+
+MappedView::~MappedView() { Unmap(); }
+
+MappedView::MappedView(MappedView&& other) noexcept
+    : data_(other.data_), size_(other.size_), offset_(other.offset_) {
+  other.data_ = nullptr;
+  other.size_ = 0;
+  other.offset_ = 0;
+}
+
+MappedView& MappedView::operator=(MappedView&& other) noexcept {
+  if (this != &other) {
+    Unmap();
+    data_ = other.data_;
+    size_ = other.size_;
+    offset_ = other.offset_;
+    other.data_ = nullptr;
+    other.size_ = 0;
+    other.offset_ = 0;
+  }
+  return *this;
+}
+
+void MappedView::Unmap() {
+  if (data_ != nullptr) {
+    ::munmap(const_cast<std::uint8_t*>(data_), size_);
+    data_ = nullptr;
+    size_ = 0;
+    offset_ = 0;
+  }
+}
+
+}  // namespace quillon::platform
