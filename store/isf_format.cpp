@@ -1,0 +1,69 @@
+#include "store/isf_format.h"
+
+namespace quillon::isf {
+
+std::uint32_t TimeFieldSize(TimeEncoding encoding) {
+  switch (encoding) {
+    case TimeEncoding::kDelta8:
+      return 1;
+    case TimeEncoding::kDelta16:
+      return 2;
+    case TimeEncoding::kDelta32:
+      return 4;
+    case TimeEncoding::kAbsolute:
+      break;
+  }
+  return 8;
+}
+
+std::uint32_t RecordHeaderSize(std::uint8_t flags) {
+  const Entry entry{flags, 0, 0};
+  return TimeFieldSize(entry.Encoding()) + (entry.HasAux() ? 4u : 0u);
+}
+
+TimeEncoding ChooseTimeEncoding(std::uint64_t ms, std::uint64_t base_ms) {
+  if (ms < base_ms) return TimeEncoding::kAbsolute;
+  const std::uint64_t delta = ms - base_ms;
+  // The bounds are exclusive: a delta of exactly 255 needs two bytes and
+  // exactly 65535 four, as files written so far have it.
+  if (delta < 0xFF) return TimeEncoding::kDelta8;
+  if (delta < 0xFFFF) return TimeEncoding::kDelta16;
+  if (delta <= 0xFFFFFFFEULL) return TimeEncoding::kDelta32;
+  return TimeEncoding::kAbsolute;
+}
+
+std::uint32_t EncodeRecordHeader(std::uint8_t flags, std::uint64_t ms, std::uint64_t base_ms,
+                                 std::uint32_t aux, std::uint8_t* out) {
+  const Entry entry{flags, 0, 0};
+  const std::uint64_t value = entry.Encoding() == TimeEncoding::kAbsolute ? ms : ms - base_ms;
+  const std::uint32_t size = TimeFieldSize(entry.Encoding());
+  for (std::uint32_t i = 0; i < size; ++i) out[i] = static_cast<std::uint8_t>(value >> (8 * i));
+  if (!entry.HasAux()) return size;
+  StoreU32(out + size, aux);
+  return size + 4;
+}
+
+std::uint64_t DecodeRecordTime(std::uint8_t flags, std::uint64_t base_ms, const std::uint8_t* in) {
+  const Entry entry{flags, 0, 0};
+  switch (entry.Encoding()) {
+    case TimeEncoding::kDelta8:
+      return base_ms + in[0];
+    case TimeEncoding::kDelta16:
+      return base_ms + LoadU16(in);
+    case TimeEncoding::kDelta32:
+      return base_ms + LoadU32(in);
+    case TimeEncoding::kAbsolute:
+      break;
+  }
+  return LoadU64(in);
+}
+
+void EncodeEntry(const Entry& entry, std::uint8_t* out) {
+  out[0] = entry.flags;
+  StoreU32(out + 1, entry.offset);
+  StoreU16(out + 5, entry.length);
+}
+
+Entry DecodeEntry(const std::uint8_t* in) { return Entry{in[0], LoadU32(in + 1), LoadU16(in + 5)}; }
+
+}  // namespace quillon::isf

@@ -1,0 +1,392 @@
+// Reading item store files through both file classes, choosing the class
+// when opening, and refusing corrupt files with their error codes.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+
+#include "common/mis_exception.h"
+#include "isf_test_support.h"
+#include "store/isf_format.h"
+#include "store/item_store_file.h"
+#include "store/mapped_item_store_file.h"
+#include "store/open_item_store_file.h"
+
+namespace quillon {
+namespace {
+
+using namespace testing;
+using isf::StoreU16;
+using isf::StoreU32;
+using isf::StoreU64;
+
+constexpr std::size_t kRecords = 4 + isf::kBlockSize;
+
+template <typename F>
+std::uint32_t CodeOf(F&& f) {
+  try {
+    f();
+  } catch (const cMISException& e) {
+    return e.Code();
+  }
+  return 0;
+}
+
+// The ways of reading a closed file: the read-write class opened read-only
+// and read-write, and the mapped class.
+enum class Reader { kPlainReadOnly, kPlainReadWrite, kMapped };
+
+std::unique_ptr<ItemStoreFile> OpenWith(Reader reader, const std::u16string& path) {
+  std::unique_ptr<ItemStoreFile> file;
+  if (reader == Reader::kMapped) {
+    file = std::make_unique<MappedItemStoreFile>();
+  } else {
+    file = std::make_unique<ItemStoreFile>();
+  }
+  file->Open(path, reader != Reader::kPlainReadWrite, nullptr);
+  return file;
+}
+
+class IsfReadEachClass : public ::testing::TestWithParam<Reader> {};
+
+TEST_P(IsfReadEachClass, ReadsTheFixtureItemsBack) {
+  TempFile temp;
+  std::filesystem::copy_file(FixturePath("small.isf"), temp.path());
+  const auto file = OpenWith(GetParam(), temp.u16());
+  const auto expected = SmallFixtureItems();
+  ASSERT_EQ(file->GetItemCount(), expected.size());
+  EXPECT_EQ(file->GetBlockCount(), 1u);
+  // Read out of order: the last ones first.
+  for (std::uint32_t n = static_cast<std::uint32_t>(expected.size()); n-- > 0;) {
+    const ItemPtr item = file->ReadItem(n);
+    ASSERT_TRUE(item) << n;
+    EXPECT_EQ(item->TypeCode(), expected[n].type_code) << n;
+    EXPECT_EQ(item->AuxValue(), 0xFFFFFFFFu) << n;
+    const std::vector<std::uint8_t> payload(item->GetPayload(),
+                                            item->GetPayload() + item->GetPayloadLength());
+    EXPECT_EQ(payload, expected[n].payload) << n;
+    EXPECT_EQ(item->Timestamp(),
+              ItemTimestamp::FromMilliseconds(expected[n].timestamp.ToMilliseconds()))
+        << n;
+  }
+}
+
+TEST_P(IsfReadEachClass, IndexErrors) {
+  TempFile temp;
+  std::filesystem::copy_file(FixturePath("small.isf"), temp.path());
+  const auto file = OpenWith(GetParam(), temp.u16());
+  EXPECT_EQ(CodeOf([&] { file->ReadItem(20); }), 160u);
+  EXPECT_EQ(CodeOf([&] { file->ReadItem(8192); }), 1003u);
+  EXPECT_EQ(CodeOf([&] { file->ReadItem(0xFFFFFFFF); }), 1003u);
+}
+
+// Every corrupt entry is refused with its code while the others still read.
+TEST_P(IsfReadEachClass, CorruptEntriesAreRefusedOneByOne) {
+  struct Corruption {
+    const char* what;
+    std::function<void(std::uint8_t* entry)> apply;
+    std::uint32_t code;
+  };
+  const std::uint64_t fixture_size = std::filesystem::file_size(FixturePath("small.isf"));
+  const std::uint32_t records_size = static_cast<std::uint32_t>(fixture_size - 16 - kRecords);
+  const Corruption corruptions[] = {
+      {"length 0", [](std::uint8_t* e) { StoreU16(e + 5, 0); }, 13},
+      {"length 8209", [](std::uint8_t* e) { StoreU16(e + 5, 8209); }, 13},
+      {"offset past the end", [](std::uint8_t* e) { StoreU32(e + 1, 0x7FFFFFF0); }, 13},
+      {"record crossing the end",
+       [records_size](std::uint8_t* e) {
+         StoreU32(e + 1, records_size - 2);
+         StoreU16(e + 5, 40);
+       },
+       13},
+      {"type code 31", [](std::uint8_t* e) { e[0] = static_cast<std::uint8_t>(e[0] | 0x1F); }, 8},
+  };
+  // Entry 19 is the block's last entry: the mapped class sizes its records
+  // view from it, so its corruption must not make the others unreadable.
+  for (const std::uint32_t victim : {3u, 19u}) {
+    for (const Corruption& c : corruptions) {
+      TempFile temp;
+      auto bytes = ReadBytes(FixturePath("small.isf"));
+      c.apply(&bytes[4 + victim * 7]);
+      WriteBytes(temp.path(), bytes);
+      if (GetParam() == Reader::kPlainReadWrite && victim == 19 && c.code == 13) {
+        // A read-write open cuts the trailer at the end of the last record,
+        // so a corrupt last entry already fails the open.
+        EXPECT_EQ(CodeOf([&] { OpenWith(GetParam(), temp.u16()); }), 13u) << c.what;
+        continue;
+      }
+      const auto file = OpenWith(GetParam(), temp.u16());
+      EXPECT_EQ(CodeOf([&] { file->ReadItem(victim); }), c.code) << c.what << " @" << victim;
+      for (std::uint32_t n = 0; n < 20; ++n) {
+        if (n == victim) continue;
+        EXPECT_EQ(CodeOf([&] { file->ReadItem(n); }), 0u) << c.what << " @" << victim << " " << n;
+      }
+    }
+  }
+}
+
+TEST_P(IsfReadEachClass, AuxiliaryValueIsReadButNotCarried) {
+  // One DIAG TX record with flags bit 7: delta, aux value, payload.
+  std::vector<std::uint8_t> bytes(kRecords, 0);
+  StoreU32(&bytes[0], isf::kMagic);
+  bytes[4] = 0x82;
+  StoreU32(&bytes[5], 0);
+  StoreU16(&bytes[9], 2);
+  StoreU64(&bytes[4 + isf::kIndexSize + 8], kSomeMs);
+  for (std::uint8_t b : {0x09, 0x44, 0x33, 0x22, 0x11, 0x0C, 0x7E}) bytes.push_back(b);
+  const std::vector<std::uint8_t> trailer{0, 0, 0, 0, 0,    0,    0,    0,
+                                          1, 0, 0, 0, 0x07, 0x31, 0x60, 0xAB};
+  bytes.insert(bytes.end(), trailer.begin(), trailer.end());
+  TempFile temp;
+  WriteBytes(temp.path(), bytes);
+  const auto file = OpenWith(GetParam(), temp.u16());
+  const ItemPtr item = file->ReadItem(0);
+  ASSERT_EQ(item->GetPayloadLength(), 2u);
+  EXPECT_EQ(item->GetPayload()[0], 0x0C);
+  EXPECT_EQ(item->GetPayload()[1], 0x7E);
+  EXPECT_EQ(item->AuxValue(), 0xFFFFFFFFu);
+  EXPECT_EQ(item->Timestamp(), ItemTimestamp::FromMilliseconds(kSomeMs + 9));
+  const RecordExtent extent = file->GetRecordExtent(0);
+  EXPECT_EQ(extent.offset, kRecords);
+  EXPECT_EQ(extent.size, 7u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Classes, IsfReadEachClass,
+                         ::testing::Values(Reader::kPlainReadOnly, Reader::kPlainReadWrite,
+                                           Reader::kMapped));
+
+TEST(IsfOpen, RefusesFilesThatAreNotClosedItemStoreFiles) {
+  struct Case {
+    const char* what;
+    std::vector<std::uint8_t> bytes;
+    std::uint32_t code;
+  };
+  const std::vector<std::uint8_t> empty_closed{
+      0x07, 0x31, 0x60, 0xAB, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x07, 0x31, 0x60, 0xAB};
+  std::vector<std::uint8_t> bad_magic = ReadBytes(FixturePath("small.isf"));
+  bad_magic.back() = 0xAC;
+  const Case cases[] = {
+      {"empty", {}, 13},
+      {"20 bytes", empty_closed, 13},
+      {"wrong trailer magic", bad_magic, 13},
+  };
+  for (const Case& c : cases) {
+    TempFile temp;
+    WriteBytes(temp.path(), c.bytes);
+    for (Reader r : {Reader::kPlainReadOnly, Reader::kMapped}) {
+      EXPECT_EQ(CodeOf([&] { OpenWith(r, temp.u16()); }), c.code) << c.what;
+    }
+  }
+}
+
+TEST(IsfOpen, ChecksTheBlockChainAgainstTheFile) {
+  TempFile temp;
+  auto bytes = ReadBytes(FixturePath("small.isf"));
+  // A count needing a second block that the chain does not have.
+  auto more = bytes;
+  StoreU32(&more[more.size() - 8], 9000);
+  WriteBytes(temp.path(), more);
+  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kMapped, temp.u16()); }), 24u);
+  // A link out of the file.
+  auto link = bytes;
+  StoreU32(&link[link.size() - 8], 9000);
+  StoreU64(&link[4 + isf::kIndexSize], 1u << 30);
+  WriteBytes(temp.path(), link);
+  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kPlainReadOnly, temp.u16()); }), 13u);
+  // A link backwards.
+  StoreU64(&link[4 + isf::kIndexSize], 4);
+  WriteBytes(temp.path(), link);
+  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kMapped, temp.u16()); }), 13u);
+}
+
+TEST(IsfOpen, MappedClassRefusesWriting) {
+  TempFile temp;
+  MappedItemStoreFile file;
+  EXPECT_EQ(CodeOf([&] { file.Create(temp.u16()); }), 50u);
+  EXPECT_EQ(CodeOf([&] { file.CreateTemporary(); }), 50u);
+  EXPECT_EQ(CodeOf([&] { file.OpenUnterminated(temp.u16(), nullptr); }), 50u);
+  EXPECT_EQ(CodeOf([&] { file.Open(FixturePath("small.isf").u16string(), false, nullptr); }), 50u);
+  file.Open(FixturePath("small.isf").u16string(), true, nullptr);
+  const ItemPtr item = file.ReadItem(0);
+  EXPECT_EQ(CodeOf([&] { file.AppendItem(item.get()); }), 50u);
+  EXPECT_EQ(CodeOf([&] { file.StartBlock(*item); }), 50u);
+  EXPECT_TRUE(file.GetFileInfo().read_only);
+}
+
+TEST(IsfOpen, ChoosesTheFileClassByLayoutAndMode) {
+  const std::u16string fixture = FixturePath("small.isf").u16string();
+  auto mapped = OpenItemStoreFile(fixture, true, false, nullptr);
+  EXPECT_NE(dynamic_cast<MappedItemStoreFile*>(mapped.get()), nullptr);
+  EXPECT_EQ(mapped->GetItemCount(), 20u);
+
+  TempFile copy;
+  std::filesystem::copy_file(FixturePath("small.isf"), copy.path());
+  auto plain = OpenItemStoreFile(copy.u16(), false, false, nullptr);
+  EXPECT_EQ(dynamic_cast<MappedItemStoreFile*>(plain.get()), nullptr);
+  EXPECT_FALSE(plain->GetFileInfo().read_only);
+  plain.reset();
+
+  // Without its trailer the file is only opened when recovery is allowed.
+  TempFile cut;
+  auto bytes = ReadBytes(FixturePath("small.isf"));
+  bytes.resize(bytes.size() - 16);
+  WriteBytes(cut.path(), bytes);
+  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(cut.u16(), true, false, nullptr); }), 13u);
+  auto recovered = OpenItemStoreFile(cut.u16(), true, true, nullptr);
+  EXPECT_EQ(dynamic_cast<MappedItemStoreFile*>(recovered.get()), nullptr);
+  EXPECT_EQ(recovered->GetItemCount(), 20u);
+
+  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(u"", true, true, nullptr); }), 160u);
+  TempFile missing;
+  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(missing.u16(), true, true, nullptr); }), 2u);
+  EXPECT_FALSE(std::filesystem::exists(missing.path()));
+}
+
+TEST(IsfOpen, OlderLayoutIsRecognisedAndRefused) {
+  TempFile temp;
+  std::vector<std::uint8_t> older(229384 + 8, 0);
+  StoreU32(&older[older.size() - 8], 5);
+  StoreU32(&older[older.size() - 4], isf::kOlderTrailerMark);
+  WriteBytes(temp.path(), older);
+  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(temp.u16(), true, true, nullptr); }), 50u);
+  // Without the closed mark it is just not an item store file.
+  older.back() = 0x7F;
+  WriteBytes(temp.path(), older);
+  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(temp.u16(), true, true, nullptr); }), 13u);
+  WriteBytes(temp.path(), {1, 2, 3});
+  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(temp.u16(), true, true, nullptr); }), 13u);
+}
+
+// A file with `items` small items, closed; returns its bytes.
+std::vector<std::uint8_t> WriteSmallFile(const TempFile& temp, std::uint32_t items) {
+  ItemStoreFile file;
+  file.Create(temp.u16());
+  for (std::uint32_t i = 0; i < items; ++i) {
+    const auto item = MakeItem(kItemDiagRx, TimeAtMs(kSomeMs + 1000 * i),
+                               {0x0C, static_cast<std::uint8_t>(i), 1, 2, 3, 4});
+    file.AppendItem(item.get());
+  }
+  file.Close();
+  return ReadBytes(temp.path());
+}
+
+TEST(IsfRecover, ACutAtEveryByteOfTheLastRecordKeepsTheItemsBeforeIt) {
+  TempFile source;
+  const auto bytes = WriteSmallFile(source, 5);
+  const std::size_t end = bytes.size() - 16;
+  const std::size_t last_record = end - 7;  // 1-byte delta + 6 payload bytes
+  for (std::size_t cut = last_record; cut <= end; ++cut) {
+    TempFile temp;
+    WriteBytes(temp.path(), std::vector<std::uint8_t>(bytes.begin(), bytes.begin() + cut));
+    ItemStoreFile file;
+    file.OpenUnterminated(temp.u16(), nullptr);
+    const std::uint32_t expected = cut == end ? 5 : 4;
+    ASSERT_EQ(file.GetItemCount(), expected) << cut;
+    for (std::uint32_t n = 0; n < expected; ++n) {
+      EXPECT_EQ(file.ReadItem(n)->GetPayload()[1], n) << cut;
+    }
+    // The recovered file takes appends and is closed with a trailer.
+    const auto item = DiagTx(TimeAtMs(kSomeMs + 9000), 0x99);
+    EXPECT_EQ(file.AppendItem(item.get()), expected + 1);
+    file.Close();
+    ItemStoreFile reopened;
+    reopened.Open(temp.u16(), true, nullptr);
+    ASSERT_EQ(reopened.GetItemCount(), expected + 1) << cut;
+    EXPECT_EQ(reopened.ReadItem(expected)->GetPayload()[1], 0x99) << cut;
+  }
+}
+
+TEST(IsfRecover, RefusesFilesWithoutAWholeBlockOrMagic) {
+  TempFile source;
+  auto bytes = WriteSmallFile(source, 1);
+  TempFile temp;
+  WriteBytes(temp.path(), std::vector<std::uint8_t>(bytes.begin(), bytes.begin() + kRecords));
+  ItemStoreFile file;
+  EXPECT_EQ(CodeOf([&] { file.OpenUnterminated(temp.u16(), nullptr); }), 160u);
+  bytes[0] = 0;
+  WriteBytes(temp.path(), bytes);
+  EXPECT_EQ(CodeOf([&] { file.OpenUnterminated(temp.u16(), nullptr); }), 13u);
+  EXPECT_FALSE(file.IsOpen());
+}
+
+TEST(IsfRecover, StopsAtTheFirstCorruptEntry) {
+  TempFile source;
+  auto bytes = WriteSmallFile(source, 5);
+  StoreU16(&bytes[4 + 2 * 7 + 5], 0);  // entry 2: length 0
+  TempFile temp;
+  WriteBytes(temp.path(), bytes);
+  ItemStoreFile file;
+  file.OpenUnterminated(temp.u16(), nullptr);
+  EXPECT_EQ(file.GetItemCount(), 2u);
+}
+
+class CountingSink : public ProgressSink {
+ public:
+  void OnBlocksWalked(std::uint32_t blocks, std::uint64_t, std::uint64_t) override {
+    calls.push_back(blocks);
+  }
+  std::vector<std::uint32_t> calls;
+};
+
+TEST(IsfOpen, ReportsProgressEvery64Blocks) {
+  // 65 linked blocks; only the first item of the last block is written.
+  const std::uint32_t blocks = 65;
+  std::vector<std::uint8_t> bytes(4 + std::size_t{blocks} * isf::kBlockSize, 0);
+  StoreU32(&bytes[0], isf::kMagic);
+  for (std::uint32_t b = 0; b + 1 < blocks; ++b) {
+    const std::size_t at = 4 + std::size_t{b} * isf::kBlockSize;
+    StoreU64(&bytes[at + isf::kIndexSize], at + isf::kBlockSize);
+  }
+  const std::vector<std::uint8_t> trailer(16, 0);
+  bytes.insert(bytes.end(), trailer.begin(), trailer.end());
+  StoreU32(&bytes[bytes.size() - 8], (blocks - 1) * 8192 + 1);
+  StoreU32(&bytes[bytes.size() - 4], isf::kMagic);
+  TempFile temp;
+  WriteBytes(temp.path(), bytes);
+  CountingSink sink;
+  MappedItemStoreFile file;
+  file.Open(temp.u16(), true, &sink);
+  EXPECT_EQ(file.GetBlockCount(), blocks);
+  EXPECT_EQ(sink.calls, std::vector<std::uint32_t>{64});
+}
+
+TEST(IsfMapped, KeepsSixBlocksMappedAndUnmapsTheOldestFirst) {
+  TempFile temp;
+  {
+    ItemStoreFile file;
+    file.Create(temp.u16());
+    const std::uint32_t count = 7 * 8192 + 1;
+    for (std::uint32_t i = 0; i < count; ++i) {
+      const auto item =
+          MakeItem(kItemDiagTx, TimeAtMs(kSomeMs + i),
+                   {0x0C, static_cast<std::uint8_t>(i), static_cast<std::uint8_t>(i >> 8),
+                    static_cast<std::uint8_t>(i >> 16)});
+      file.AppendItem(item.get());
+    }
+    file.Close();
+  }
+  MappedItemStoreFile file;
+  file.Open(temp.u16(), true, nullptr);
+  ASSERT_EQ(file.GetBlockCount(), 8u);
+  const auto check = [&](std::uint32_t n) {
+    const ItemPtr item = file.ReadItem(n);
+    const std::uint8_t* p = item->GetPayload();
+    EXPECT_EQ(p[1] | (p[2] << 8) | (p[3] << 16), static_cast<int>(n));
+    EXPECT_EQ(item->Timestamp(), ItemTimestamp::FromMilliseconds(kSomeMs + n));
+  };
+  for (std::uint32_t b = 0; b < 6; ++b) check(b * 8192 + 8191);
+  EXPECT_EQ(file.MappedBlocks(), (std::vector<std::uint32_t>{0, 1, 2, 3, 4, 5}));
+  check(3 * 8192);  // already mapped: nothing changes
+  EXPECT_EQ(file.MappedBlocks(), (std::vector<std::uint32_t>{0, 1, 2, 3, 4, 5}));
+  check(7 * 8192);
+  EXPECT_EQ(file.MappedBlocks(), (std::vector<std::uint32_t>{1, 2, 3, 4, 5, 7}));
+  check(6 * 8192 + 17);
+  check(5);
+  EXPECT_EQ(file.MappedBlocks(), (std::vector<std::uint32_t>{3, 4, 5, 7, 6, 0}));
+  file.Close();
+  EXPECT_TRUE(file.MappedBlocks().empty());
+}
+
+}  // namespace
+}  // namespace quillon

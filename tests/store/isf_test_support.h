@@ -1,0 +1,145 @@
+// Helpers for the item store file and item store tests: temporary paths,
+// items with chosen times, raw file bytes, and the items of the committed
+// small.isf fixture.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "common/item_buffer.h"
+#include "common/item_database_view.h"
+#include "common/item_record.h"
+#include "common/item_timestamp.h"
+#include "store/item_factory.h"
+
+namespace quillon::testing {
+
+// A unique path in the system's temporary folder, removed when destroyed.
+class TempFile {
+ public:
+  explicit TempFile(const std::string& stem = "isf") {
+    static std::atomic<unsigned> counter{0};
+    static const unsigned salt = std::random_device{}();
+    path_ = std::filesystem::temp_directory_path() /
+            ("quillon_store_" + stem + "_" + std::to_string(salt) + "_" +
+             std::to_string(counter++) + ".isf");
+    std::error_code ignored;
+    std::filesystem::remove(path_, ignored);
+  }
+  ~TempFile() {
+    std::error_code ignored;
+    std::filesystem::remove(path_, ignored);
+  }
+  TempFile(const TempFile&) = delete;
+  TempFile& operator=(const TempFile&) = delete;
+
+  const std::filesystem::path& path() const { return path_; }
+  std::u16string u16() const { return path_.u16string(); }
+
+ private:
+  std::filesystem::path path_;
+};
+
+inline std::vector<std::uint8_t> ReadBytes(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+inline void WriteBytes(const std::filesystem::path& path, const std::vector<std::uint8_t>& bytes) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out.write(reinterpret_cast<const char*>(bytes.data()),
+            static_cast<std::streamsize>(bytes.size()));
+}
+
+// An item made by the factory (with validation) from raw bytes.
+inline ItemPtr MakeItem(std::uint32_t type_code, ItemTimestamp timestamp,
+                        const std::vector<std::uint8_t>& payload) {
+  return CreateItem({type_code, timestamp}, ItemBufferRef::Make(payload.data(), payload.size()),
+                    true, NullItemDatabaseView::Instance());
+}
+
+// A timestamp whose millisecond value (as stored in a file) is exactly `ms`:
+// half a millisecond in, so that the integer conversions cannot round down
+// across the millisecond boundary.
+inline ItemTimestamp TimeAtMs(std::uint64_t ms) {
+  return ItemTimestamp::FromFileTime(ms * 10000 + 5000);
+}
+
+// 2015-03-03 or so; any whole millisecond well after the epoch.
+inline constexpr std::uint64_t kSomeMs = 13069000000000ULL;
+
+// A small DIAG TX item: command byte 0x0C and one varying byte.
+inline ItemPtr DiagTx(ItemTimestamp timestamp, std::uint8_t tag = 0) {
+  return MakeItem(kItemDiagTx, timestamp, {0x0C, tag});
+}
+
+// ---- the items of tests/data/small.isf (see tests/data/make_small_isf.py)
+
+struct FixtureItem {
+  std::uint32_t type_code;
+  ItemTimestamp timestamp;
+  std::vector<std::uint8_t> payload;
+};
+
+inline constexpr std::uint64_t kFixtureBaseTicks = 1110000000000ULL;
+
+inline std::vector<std::uint8_t> FixturePayload(std::uint32_t type_code, std::uint8_t i) {
+  switch (type_code) {
+    case kItemDiagTx:
+      return {0x0C, i};
+    case kItemDiagRx:
+      return {0x0C, i, 0x00, 0x01};
+    case kItemLog:
+      return {0x10, 0x00, 0x14, 0x00, 0x14, 0x00, 0xEB, 0x11, 0xBC, 0x9A,
+              0x78, 0x56, 0x34, 0x12, 0x00, 0x00, i,    1,    2,    3};
+    case kItemString: {
+      const std::uint32_t word = 0xC0000000u | (0x00FF00u << 6) | 1u;
+      std::vector<std::uint8_t> bytes;
+      for (int b = 0; b < 4; ++b) bytes.push_back(static_cast<std::uint8_t>(word >> (8 * b)));
+      const std::string text = "note " + std::to_string(i);
+      for (char c : text) {
+        bytes.push_back(static_cast<std::uint8_t>(c));
+        bytes.push_back(0);
+      }
+      bytes.push_back(0);
+      bytes.push_back(0);
+      return bytes;
+    }
+    case kItemSubsysTx:
+      return {0x4B, 0x12, 0x34, 0x00, i};
+    case kItemSubsysRx:
+      return {0x4B, 0x12, 0x34, 0x00, 0x00, i};
+    default:
+      return {0xFF, i};
+  }
+}
+
+inline std::vector<FixtureItem> SmallFixtureItems() {
+  const std::uint32_t types[] = {kItemDiagTx,   kItemDiagRx,   kItemLog,      kItemString,
+                                 kItemSubsysTx, kItemSubsysRx, kItemMalformed};
+  const std::int64_t deltas[] = {0,      5,  250,     255,          1000, 65530, 65535,
+                                 100000, -5, 3600000, 0xFFFFFFFFLL, 10,   20,    30,
+                                 40,     50, 60,      70,           80,   90};
+  std::vector<FixtureItem> items;
+  for (std::uint8_t i = 0; i < 20; ++i) {
+    const std::uint32_t type = types[i % 7];
+    const std::uint64_t ticks = static_cast<std::uint64_t>(
+        static_cast<std::int64_t>(kFixtureBaseTicks) + deltas[i] * 4 / 5);
+    const std::uint64_t fraction = i == 12 ? 0x8000 : 0;
+    items.push_back({type, ItemTimestamp((ticks << 16) | fraction), FixturePayload(type, i)});
+  }
+  return items;
+}
+
+inline std::filesystem::path FixturePath(const char* name) {
+  return std::filesystem::path(QUILLON_TEST_DATA) / name;
+}
+
+}  // namespace quillon::testing

@@ -1,0 +1,327 @@
+// Writing item store files: the exact bytes, block rollover, time encodings,
+// closing rules and temporary files.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "common/mis_exception.h"
+#include "isf_test_support.h"
+#include "platform/file.h"
+#include "store/isf_format.h"
+#include "store/item_store_file.h"
+
+namespace quillon {
+namespace {
+
+using namespace testing;
+using isf::LoadU16;
+using isf::LoadU32;
+using isf::LoadU64;
+
+constexpr std::size_t kRecords = 4 + isf::kBlockSize;  // records area of block 0
+
+template <typename F>
+std::uint32_t CodeOf(F&& f) {
+  try {
+    f();
+  } catch (const cMISException& e) {
+    return e.Code();
+  }
+  return 0;
+}
+
+void WriteFixtureItems(ItemStoreFile& file) {
+  for (const FixtureItem& f : SmallFixtureItems()) {
+    const ItemPtr item = MakeItem(f.type_code, f.timestamp, f.payload);
+    ASSERT_TRUE(item);
+    ASSERT_EQ(item->TypeCode(), f.type_code) << "fixture item degraded";
+    file.AppendItem(item.get());
+  }
+}
+
+TEST(IsfWrite, ReproducesTheCommittedFixtureByteForByte) {
+  TempFile temp;
+  ItemStoreFile file;
+  file.Create(temp.u16());
+  WriteFixtureItems(file);
+  EXPECT_EQ(file.GetItemCount(), 20u);
+  file.Close();
+  const auto written = ReadBytes(temp.path());
+  const auto fixture = ReadBytes(FixturePath("small.isf"));
+  ASSERT_EQ(written.size(), fixture.size());
+  EXPECT_TRUE(written == fixture);
+}
+
+TEST(IsfWrite, FixtureBytesAreTheDocumentedLayout) {
+  const auto bytes = ReadBytes(FixturePath("small.isf"));
+  ASSERT_EQ(bytes.size(), 57599u);
+  // Magic.
+  EXPECT_EQ(bytes[0], 0x07);
+  EXPECT_EQ(bytes[1], 0x31);
+  EXPECT_EQ(bytes[2], 0x60);
+  EXPECT_EQ(bytes[3], 0xAB);
+  // First entry: DIAG TX with a 1-byte delta, record offset 0, 2 bytes.
+  EXPECT_EQ(bytes[4], 0x02);
+  EXPECT_EQ(LoadU32(&bytes[5]), 0u);
+  EXPECT_EQ(LoadU16(&bytes[9]), 2u);
+  // Second entry: DIAG RX right after the first record (1 + 2 bytes).
+  EXPECT_EQ(bytes[11], 0x01);
+  EXPECT_EQ(LoadU32(&bytes[12]), 3u);
+  // No next block; base time (1110000000000 + 9568350720000) ticks * 1.25.
+  EXPECT_EQ(LoadU64(&bytes[4 + 57344]), 0u);
+  EXPECT_EQ(LoadU64(&bytes[4 + 57352]), 13347938400000ULL);
+  // First record: delta 0, then the payload.
+  EXPECT_EQ(bytes[kRecords], 0x00);
+  EXPECT_EQ(bytes[kRecords + 1], 0x0C);
+  // Trailer: 8 zero bytes, count 20, magic.
+  const std::size_t t = bytes.size() - 16;
+  EXPECT_EQ(LoadU64(&bytes[t]), 0u);
+  EXPECT_EQ(LoadU32(&bytes[t + 8]), 20u);
+  EXPECT_EQ(LoadU32(&bytes[t + 12]), isf::kMagic);
+}
+
+TEST(IsfWrite, CreateWritesOnlyTheMagicAndTheFirstAppendStartsBlockZero) {
+  TempFile temp;
+  ItemStoreFile file;
+  file.Create(temp.u16());
+  EXPECT_EQ(std::filesystem::file_size(temp.path()), 4u);
+  EXPECT_EQ(file.GetBlockCount(), 0u);
+  const auto item = DiagTx(TimeAtMs(kSomeMs));
+  EXPECT_EQ(file.AppendItem(item.get()), 1u);
+  EXPECT_EQ(file.GetBlockCount(), 1u);
+  EXPECT_EQ(std::filesystem::file_size(temp.path()), kRecords + 3);
+  EXPECT_TRUE(file.IsModified());
+}
+
+TEST(IsfWrite, TheItem8193StartsBlockOneLinkedFromBlockZero) {
+  TempFile temp;
+  ItemStoreFile file;
+  file.Create(temp.u16());
+  for (std::uint32_t i = 0; i < 8192; ++i) {
+    const auto item = DiagTx(TimeAtMs(kSomeMs + i), static_cast<std::uint8_t>(i));
+    file.AppendItem(item.get());
+  }
+  EXPECT_EQ(file.GetBlockCount(), 1u);
+  const std::uint64_t end_of_block0 = std::filesystem::file_size(temp.path());
+  const auto last = DiagTx(TimeAtMs(kSomeMs + 100000), 0x77);
+  EXPECT_EQ(file.AppendItem(last.get()), 8193u);
+  ASSERT_EQ(file.GetBlockCount(), 2u);
+  EXPECT_EQ(file.Blocks()[1].offset, end_of_block0);
+  EXPECT_EQ(file.Blocks()[1].base_ms, kSomeMs + 100000);
+  file.Close();
+
+  const auto bytes = ReadBytes(temp.path());
+  EXPECT_EQ(LoadU64(&bytes[4 + isf::kIndexSize]), end_of_block0);
+  EXPECT_EQ(LoadU64(&bytes[end_of_block0 + isf::kIndexSize]), 0u);
+  EXPECT_EQ(LoadU64(&bytes[end_of_block0 + isf::kIndexSize + 8]), kSomeMs + 100000);
+  // The first entry of block 1 points at the start of its records area.
+  EXPECT_EQ(bytes[end_of_block0], 0x02);
+  EXPECT_EQ(LoadU32(&bytes[end_of_block0 + 1]), 0u);
+  EXPECT_EQ(bytes[end_of_block0 + isf::kBlockSize], 0x00);  // delta 0
+  EXPECT_EQ(bytes[end_of_block0 + isf::kBlockSize + 2], 0x77);
+  EXPECT_EQ(LoadU32(&bytes[bytes.size() - 8]), 8193u);
+}
+
+// Appends a base item and one item `delta` ms later (or earlier) and returns
+// the flags and time field of the second record.
+struct Stored {
+  std::uint8_t flags;
+  std::vector<std::uint8_t> time;
+};
+Stored StoreWithDelta(std::int64_t delta) {
+  TempFile temp;
+  ItemStoreFile file;
+  file.Create(temp.u16());
+  const auto first = DiagTx(TimeAtMs(kSomeMs));
+  const auto second =
+      DiagTx(TimeAtMs(static_cast<std::uint64_t>(static_cast<std::int64_t>(kSomeMs) + delta)));
+  file.AppendItem(first.get());
+  file.AppendItem(second.get());
+  file.Close();
+  const auto bytes = ReadBytes(temp.path());
+  const std::uint8_t flags = bytes[4 + 7];
+  const std::uint32_t offset = LoadU32(&bytes[4 + 8]);
+  const std::uint32_t size = isf::RecordHeaderSize(flags);
+  const auto* time = &bytes[kRecords + offset];
+  return {flags, std::vector<std::uint8_t>(time, time + size)};
+}
+
+TEST(IsfWrite, TimeEncodingsAtTheirExactBounds) {
+  using V = std::vector<std::uint8_t>;
+  struct Case {
+    std::int64_t delta;
+    std::uint8_t flags;
+    V time;
+  };
+  const std::uint64_t before = kSomeMs - 1;
+  const std::uint64_t huge = kSomeMs + 0xFFFFFFFFULL;
+  const Case cases[] = {
+      {254, 0x02, V{0xFE}},
+      {255, 0x22, V{0xFF, 0x00}},
+      {65534, 0x22, V{0xFE, 0xFF}},
+      {65535, 0x42, V{0xFF, 0xFF, 0x00, 0x00}},
+      {0xFFFFFFFELL, 0x42, V{0xFE, 0xFF, 0xFF, 0xFF}},
+      {0xFFFFFFFFLL, 0x62, V{}},
+      {-1, 0x62, V{}},
+  };
+  for (const Case& c : cases) {
+    const Stored stored = StoreWithDelta(c.delta);
+    EXPECT_EQ(stored.flags, c.flags) << c.delta;
+    if (!c.time.empty()) {
+      EXPECT_EQ(stored.time, c.time) << c.delta;
+    } else {
+      ASSERT_EQ(stored.time.size(), 8u);
+      EXPECT_EQ(LoadU64(stored.time.data()), c.delta < 0 ? before : huge) << c.delta;
+    }
+  }
+}
+
+TEST(IsfWrite, SubMillisecondsAreDroppedWhenStored) {
+  TempFile temp;
+  ItemStoreFile file;
+  file.Create(temp.u16());
+  const ItemTimestamp t = TimeAtMs(kSomeMs);
+  const auto item = DiagTx(ItemTimestamp(t.Raw() + 0x9000));  // ~0.7 ms later
+  file.AppendItem(item.get());
+  const auto read = file.ReadItem(0);
+  EXPECT_EQ(read->Timestamp(), ItemTimestamp::FromMilliseconds(item->Timestamp().ToMilliseconds()));
+  EXPECT_NE(read->Timestamp(), item->Timestamp());
+}
+
+TEST(IsfWrite, RefusesNullAndReadOnlyAppends) {
+  TempFile temp;
+  ItemStoreFile file;
+  EXPECT_EQ(CodeOf([&] { file.Create(u""); }), 160u);
+  file.Create(temp.u16());
+  EXPECT_EQ(CodeOf([&] { file.AppendItem(nullptr); }), 160u);
+  const auto item = DiagTx(TimeAtMs(kSomeMs));
+  file.AppendItem(item.get());
+  file.Close();
+
+  ItemStoreFile reader;
+  reader.Open(temp.u16(), true, nullptr);
+  EXPECT_EQ(CodeOf([&] { reader.AppendItem(item.get()); }), 50u);
+  EXPECT_EQ(CodeOf([&] { reader.StartBlock(*item); }), 50u);
+}
+
+TEST(IsfWrite, AppendingToAClosedObjectFails) {
+  ItemStoreFile file;
+  const auto item = DiagTx(TimeAtMs(kSomeMs));
+  EXPECT_NE(CodeOf([&] { file.AppendItem(item.get()); }), 0u);
+}
+
+TEST(IsfWrite, ReopeningReadWriteWithoutAppendsKeepsSizeAndWriteTime) {
+  TempFile temp;
+  std::filesystem::copy_file(FixturePath("small.isf"), temp.path());
+  platform::FileTime old_time = 0;
+  {
+    platform::File f;
+    ASSERT_EQ(f.Open(temp.u16(), platform::FileAccess::kReadWrite,
+                     platform::FileDisposition::kOpenExisting),
+              0u);
+    ASSERT_EQ(f.SetLastWriteTime(130000000000000000ULL), 0u);  // back in 2012
+    ASSERT_EQ(f.GetLastWriteTime(old_time), 0u);
+  }
+  const auto before = ReadBytes(temp.path());
+
+  ItemStoreFile file;
+  file.Open(temp.u16(), false, nullptr);
+  // The trailer is cut while the file is open for writing.
+  EXPECT_EQ(std::filesystem::file_size(temp.path()), before.size() - 16);
+  EXPECT_EQ(file.GetItemCount(), 20u);
+  file.Close();
+
+  EXPECT_EQ(ReadBytes(temp.path()), before);
+  platform::File f;
+  ASSERT_EQ(
+      f.Open(temp.u16(), platform::FileAccess::kRead, platform::FileDisposition::kOpenExisting),
+      0u);
+  platform::FileTime new_time = 0;
+  ASSERT_EQ(f.GetLastWriteTime(new_time), 0u);
+  EXPECT_EQ(new_time, old_time);
+}
+
+TEST(IsfWrite, ReopeningAndAppendingContinuesTheRecordsArea) {
+  TempFile temp;
+  std::filesystem::copy_file(FixturePath("small.isf"), temp.path());
+  const auto before = ReadBytes(temp.path());
+  ItemStoreFile file;
+  file.Open(temp.u16(), false, nullptr);
+  const auto item = DiagTx(TimeAtMs(13347938400000ULL + 7), 0x55);
+  EXPECT_EQ(file.AppendItem(item.get()), 21u);
+  file.Close();
+  const auto after = ReadBytes(temp.path());
+  ASSERT_EQ(after.size(), before.size() + 3);
+  // New entry 20 points just past the old records; its record has delta 7.
+  const std::size_t entry = 4 + 20 * 7;
+  EXPECT_EQ(after[entry], 0x02);
+  EXPECT_EQ(LoadU32(&after[entry + 1]), before.size() - 16 - kRecords);
+  EXPECT_EQ(after[before.size() - 16], 7);
+  EXPECT_EQ(LoadU32(&after[after.size() - 8]), 21u);
+}
+
+TEST(IsfTemporary, DeletedOnCloseUnlessKept) {
+  const auto dir = std::filesystem::temp_directory_path();
+  ItemStoreFile file;
+  file.SetTemporaryDirectory(dir.u16string());
+  file.CreateTemporary();
+  const auto info = file.GetFileInfo();
+  EXPECT_TRUE(info.temporary);
+  EXPECT_FALSE(info.read_only);
+  const std::filesystem::path path(info.path);
+  EXPECT_TRUE(std::filesystem::equivalent(path.parent_path(), dir));
+  EXPECT_TRUE(std::filesystem::exists(path));
+  const auto item = DiagTx(TimeAtMs(kSomeMs));
+  file.AppendItem(item.get());
+  file.Close();
+  EXPECT_FALSE(std::filesystem::exists(path));
+
+  file.CreateTemporary();
+  const std::filesystem::path kept(file.GetFileInfo().path);
+  file.SetKeep(true);
+  file.AppendItem(item.get());
+  file.Close();
+  ASSERT_TRUE(std::filesystem::exists(kept));
+  // A kept temporary file gets its trailer and opens like any other.
+  ItemStoreFile reopened;
+  reopened.Open(kept.u16string(), true, nullptr);
+  EXPECT_EQ(reopened.GetItemCount(), 1u);
+  EXPECT_FALSE(reopened.GetFileInfo().temporary);
+  reopened.Close();
+  std::filesystem::remove(kept);
+}
+
+TEST(IsfTemporary, TwoNamesInTheSameDirectoryDiffer) {
+  const auto dir = std::filesystem::temp_directory_path();
+  ItemStoreFile a;
+  ItemStoreFile b;
+  a.SetTemporaryDirectory(dir.u16string());
+  b.SetTemporaryDirectory(dir.u16string());
+  a.CreateTemporary();
+  b.CreateTemporary();
+  EXPECT_NE(a.GetFileInfo().path, b.GetFileInfo().path);
+  const std::u16string next = a.MakeTemporaryName();
+  EXPECT_NE(next, a.GetFileInfo().path);
+  EXPECT_NE(next, b.GetFileInfo().path);
+  EXPECT_NE(next.find(u"Items"), std::u16string::npos);
+  EXPECT_EQ(next.substr(next.size() - 4), u".isf");
+}
+
+TEST(IsfTemporary, WithoutADirectoryTheNameIsFixed) {
+  ItemStoreFile file;
+  EXPECT_EQ(file.MakeTemporaryName(), u"Items.isf");
+}
+
+TEST(IsfFileInfo, EmptyWhenClosed) {
+  ItemStoreFile file;
+  EXPECT_TRUE(file.GetFileInfo().path.empty());
+  EXPECT_FALSE(file.IsOpen());
+  TempFile temp;
+  file.Create(temp.u16());
+  EXPECT_EQ(file.GetFileInfo().path, temp.u16());
+  file.Close();
+  EXPECT_TRUE(file.GetFileInfo().path.empty());
+}
+
+}  // namespace
+}  // namespace quillon
