@@ -32,11 +32,14 @@ class FormatArgument {
   FormatArgument(long long v) : kind_(Kind::kSigned), int_(v) {}
   FormatArgument(unsigned v) : kind_(Kind::kUnsigned), int_(static_cast<std::int64_t>(v)) {}
   FormatArgument(unsigned long v) : kind_(Kind::kUnsigned), int_(static_cast<std::int64_t>(v)) {}
-  FormatArgument(unsigned long long v) : kind_(Kind::kUnsigned), int_(static_cast<std::int64_t>(v)) {}
+  FormatArgument(unsigned long long v)
+      : kind_(Kind::kUnsigned), int_(static_cast<std::int64_t>(v)) {}
   FormatArgument(double v) : kind_(Kind::kDouble), double_(v) {}
   FormatArgument(std::u16string_view v) : kind_(Kind::kWideText), wide_(v) {}
   FormatArgument(const std::u16string& v) : kind_(Kind::kWideText), wide_(v) {}
-  FormatArgument(const char16_t* v) : kind_(Kind::kWideText), wide_(v) {}
+  // A null pointer is printed as "(null)", as the C runtime does.
+  FormatArgument(const char16_t* v)
+      : kind_(Kind::kWideText), wide_(v != nullptr ? std::u16string_view(v) : u"(null)") {}
   // Narrow text is taken as the ANSI code page (Windows-1252 on POSIX).
   static FormatArgument Narrow(std::string_view v) {
     FormatArgument a(0);
@@ -74,9 +77,7 @@ class FormatArgumentSource {
 class FormatArgumentList final : public FormatArgumentSource {
  public:
   explicit FormatArgumentList(std::span<const FormatArgument> args) : args_(args) {}
-  const FormatArgument* Next() override {
-    return next_ < args_.size() ? &args_[next_++] : nullptr;
-  }
+  const FormatArgument* Next() override { return next_ < args_.size() ? &args_[next_++] : nullptr; }
   std::size_t Consumed() const { return next_; }
 
  private:
@@ -106,11 +107,9 @@ inline constexpr std::size_t kUnboundedFormat = static_cast<std::size_t>(-1);
 // otherwise the result is kOverflow. On any failure `out` is left exactly as
 // it was on entry. Widths and precisions above 65536 are kInvalidFormat.
 FormatResult FormatAppend(std::u16string& out, std::u16string_view format,
-                          FormatArgumentSource& args,
-                          std::size_t capacity = kUnboundedFormat);
+                          FormatArgumentSource& args, std::size_t capacity = kUnboundedFormat);
 
 // Convenience over a fixed list; returns an empty text on any failure.
-std::u16string Format(std::u16string_view format,
-                      std::initializer_list<FormatArgument> args);
+std::u16string Format(std::u16string_view format, std::initializer_list<FormatArgument> args);
 
 }  // namespace quillon

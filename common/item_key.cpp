@@ -1,0 +1,37 @@
+#include "common/item_key.h"
+
+namespace quillon {
+
+bool ItemKey::IsValid() const {
+  if (elements_.empty()) return false;
+  const std::size_t n = elements_.size();
+  const auto at_most = [&](std::size_t i, std::uint32_t bound) { return elements_[i] <= bound; };
+  switch (elements_[0]) {
+    case kItemMalformed:
+      return true;
+    case kItemDiagRx:
+    case kItemDiagTx:
+      return n == 2 && at_most(1, 255);
+    case kItemGps:
+      return n == 1;
+    case kItemEvent:
+      return n == 2 && at_most(1, 4095);
+    case kItemLog:
+      return n == 2 && at_most(1, 65535);
+    case kItemMsg:
+      // Level 32 is accepted on purpose: devices use it as a "forced" level.
+      return n == 3 && at_most(1, 65535) && at_most(2, 32);
+    case kItemString:
+      return n == 2 && at_most(1, 4);
+    case kItemOtaLog:
+      // Further elements (channel, message type ...) are not checked.
+      return n >= 2 && at_most(1, 65535);
+    case kItemSubsysRx:
+    case kItemSubsysTx:
+      return n == 3 && at_most(1, 255) && at_most(2, 65535);
+    default:
+      return false;
+  }
+}
+
+}  // namespace quillon

@@ -1,0 +1,40 @@
+#include "common/item_record.h"
+
+#include "common/item_type_text.h"
+
+namespace quillon {
+
+ItemRecord::ItemRecord(std::uint32_t type_code, const ItemBufferRef& buffer)
+    : type_code_(type_code),
+      timestamp_(ItemTimestamp::Now()),
+      buffer_(buffer.IsValid() ? buffer : ItemBufferRef()) {}
+
+std::uint32_t ItemRecord::GetDLFBuffer(std::uint8_t*, std::uint32_t) const { return 0; }
+
+bool ItemRecord::GetParsedText(std::u16string&, const ItemParserService*) const { return false; }
+
+void ItemRecord::GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                          const ItemRenderServices*) const {
+  for (auto& [kind, text] : request) {
+    switch (kind) {
+      case ItemTextKind::kTypeText:
+        text = key_.IsValid() ? ItemTypeText(key_[0]) : ItemTypeText(kItemTypeCount);
+        break;
+      case ItemTextKind::kTimestampText:
+        text.clear();
+        timestamp_.AppendText(text, options.want_date, options.want_milliseconds);
+        break;
+      default:
+        // Names, summaries, buffer and key texts need services that the
+        // concrete classes bring.
+        break;
+    }
+  }
+}
+
+bool ItemRecord::IsValid() const {
+  return type_code_ < kItemTypeCount && buffer_.IsValid() && key_.IsValid() &&
+         key_[0] == type_code_;
+}
+
+}  // namespace quillon

@@ -1,0 +1,120 @@
+// The base behaviour that every item class inherits.
+#include "common/item_record.h"
+
+#include <gtest/gtest.h>
+
+#include "common/item_database_view.h"
+#include "common/mis_exception.h"
+
+namespace quillon {
+namespace {
+
+class TestItem final : public ItemRecord {
+ public:
+  TestItem(std::uint32_t type_code, const ItemBufferRef& buffer, ItemKey key)
+      : ItemRecord(type_code, buffer) {
+    key_ = std::move(key);
+  }
+  std::uint32_t GetHeaderLength() const override { return 0; }
+  bool SetDefaultColor() override { return true; }
+};
+
+ItemBufferRef Payload() {
+  const std::uint8_t bytes[] = {0x4B, 0x12, 0x34};
+  return ItemBufferRef::Make(bytes, sizeof(bytes));
+}
+
+TEST(ItemRecord, ConstructionTakesAReferenceAndStampsNow) {
+  const ItemBufferRef buffer = Payload();
+  const auto before = ItemTimestamp::Now();
+  {
+    const TestItem item(kItemLog, buffer, {kItemLog, 0x1234});
+    EXPECT_EQ(buffer.RefCount(), 2u);
+    EXPECT_EQ(item.TypeCode(), kItemLog);
+    EXPECT_EQ(item.AuxValue(), 0xFFFFFFFFu);
+    EXPECT_EQ(item.Color(), 0u);
+    EXPECT_GE(item.Timestamp(), before);
+    EXPECT_EQ(item.GetPayloadLength(), 3u);
+    EXPECT_EQ(item.GetPayload()[0], 0x4B);
+    EXPECT_EQ(item.GetSpecificTimestamp(), item.Timestamp());
+  }
+  EXPECT_EQ(buffer.RefCount(), 1u);
+}
+
+TEST(ItemRecord, ValidityNeedsTypeBufferAndMatchingKey) {
+  const ItemBufferRef buffer = Payload();
+  EXPECT_TRUE(TestItem(kItemLog, buffer, {kItemLog, 1}).IsValid());
+  EXPECT_TRUE(TestItem(kItemMalformed, buffer, {kItemMalformed}).IsValid());
+  EXPECT_FALSE(TestItem(kItemLog, buffer, {kItemLog, 70000}).IsValid());  // bad key
+  EXPECT_FALSE(TestItem(kItemLog, buffer, {kItemEvent, 1}).IsValid());    // other type
+  EXPECT_FALSE(TestItem(11, buffer, {11}).IsValid());
+  EXPECT_FALSE(TestItem(kItemLog, ItemBufferRef(), {kItemLog, 1}).IsValid());
+  const TestItem no_payload(kItemGps, ItemBufferRef(), {kItemGps});
+  EXPECT_EQ(no_payload.GetPayload(), nullptr);
+  EXPECT_EQ(no_payload.GetPayloadLength(), 0u);
+}
+
+TEST(ItemRecord, BaseSlots) {
+  const TestItem item(kItemDiagRx, Payload(), {kItemDiagRx, 0x4B});
+  std::uint8_t out[16] = {};
+  EXPECT_EQ(item.GetDLFBuffer(out, sizeof(out)), 0u);
+  std::u16string text = u"untouched";
+  EXPECT_FALSE(item.GetParsedText(text, nullptr));
+}
+
+TEST(ItemRecord, TimestampComparisons) {
+  TestItem early(kItemGps, Payload(), {kItemGps});
+  TestItem late(kItemGps, Payload(), {kItemGps});
+  early.SetTimestamp(ItemTimestamp(100));
+  late.SetTimestamp(ItemTimestamp(200));
+  EXPECT_TRUE(late.IsLaterThan(early));
+  EXPECT_FALSE(early.IsLaterThan(late));
+  EXPECT_TRUE(early.IsEarlierThan(late));
+  late.SetTimestamp(ItemTimestamp(100));
+  EXPECT_FALSE(late.IsLaterThan(early));  // strict
+  EXPECT_FALSE(late.IsEarlierThan(early));
+}
+
+TEST(ItemRecord, TextsFilledByTheBase) {
+  TestItem item(kItemSubsysTx, Payload(), {kItemSubsysTx, 18, 42});
+  item.SetTimestamp(ItemTimestamp(0x10000));
+  ItemTextRequest request{{ItemTextKind::kTypeText, u"old"},
+                          {ItemTextKind::kTimestampText, u"old"},
+                          {ItemTextKind::kSummary, u""}};
+  item.GetTexts(request, ItemRenderOptions{}, nullptr);
+  EXPECT_EQ(request[ItemTextKind::kTypeText], u"SUBSYS TX");
+  EXPECT_EQ(request[ItemTextKind::kTimestampText], u"00:00:00.001");  // default options
+  EXPECT_EQ(request[ItemTextKind::kSummary], u"");
+  EXPECT_EQ(request.size(), 3u);  // nothing that was not asked for
+
+  ItemTextRequest dated{{ItemTextKind::kTimestampText, u""}};
+  item.GetTexts(dated, ItemRenderOptions{true, false}, nullptr);
+  EXPECT_EQ(dated[ItemTextKind::kTimestampText], u"01/06/1980 00:00:00");
+}
+
+TEST(ItemRecord, TypeTextOfAnInvalidKeyIsUnknown) {
+  const TestItem item(kItemDiagRx, Payload(), {kItemDiagRx, 256});
+  ItemTextRequest request{{ItemTextKind::kTypeText, u""}};
+  item.GetTexts(request, ItemRenderOptions{}, nullptr);
+  EXPECT_EQ(request[ItemTextKind::kTypeText], u"Unknown");
+}
+
+TEST(NullItemDatabaseView, KnowsNothing) {
+  const ItemDatabaseView& view = NullItemDatabaseView::Instance();
+  EXPECT_FALSE(view.IsOtaLogCode(0x713A));
+  EXPECT_FALSE(view.FindUserItemColor(ItemKey{kItemLog, 1}).has_value());
+  EXPECT_EQ(&view, &NullItemDatabaseView::Instance());
+}
+
+TEST(cMISException, WhatNamesCategoryAndCode) {
+  EXPECT_STREQ(cMISException(kMisCategoryCaller, mis::kBadArguments).what(),
+               "category 1, error 160");
+  EXPECT_STREQ(cMISException(0xFFFFFFFF, 0xFFFFFFFF).what(),
+               "category 4294967295, error 4294967295");
+  const cMISException e(kMisCategoryInternal, mis::kOutOfMemory);
+  EXPECT_EQ(e.Category(), 2u);
+  EXPECT_EQ(e.Code(), 8u);
+}
+
+}  // namespace
+}  // namespace quillon
