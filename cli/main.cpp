@@ -1,0 +1,21 @@
+// quillon: the command-line tool over item store files.
+#include <CLI/CLI.hpp>
+
+#include "cli/cli_support.h"
+#include "cli/commands.h"
+
+int main(int argc, char** argv) {
+  CLI::App app{"quillon: read, write and render item store files (.isf)"};
+  app.require_subcommand(1);
+  quillon::cli::AddDumpCommand(app);
+  quillon::cli::AddInfoCommand(app);
+  quillon::cli::AddSampleCommand(app);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error);
+  } catch (const quillon::cli::ExitStatus& exit) {
+    return exit.status;
+  }
+  return 0;
+}
