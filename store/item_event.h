@@ -1,0 +1,65 @@
+// EVENT (type 4): one event from the device's event report.
+//
+// An EVENT item holds one event record inside the envelope of the event
+// report packet (command 96 = 0x60):
+//   offset 0  u8   command code (0x60)
+//          1  u16  length of the rest of the packet
+//          3  u16  event ID word:
+//                    bits 0-11   event ID
+//                    bit  12     reserved
+//                    bits 13-14  payload length code: 0 none, 1 one byte,
+//                                2 two bytes, 3 a length byte follows the time
+//                    bit  15     truncated time: the time is 2 bytes, not 8
+//          5  u64  time (ItemTimestamp), or u16 truncated time
+//  13 (or 7)  u8   payload length, only with length code 3
+//   then           the event payload
+// Neither the command byte nor the length word is checked; bytes after the
+// event payload are ignored.
+//
+// Key: (4, event ID); (4) alone when the ID word is missing.
+// Header: the offset of the event payload (13 or 14 with a full time,
+// 7 or 8 with a truncated one); 0 when the event record does not fit
+// the payload. Such an item is not valid.
+// Specific timestamp: the full time; a truncated time is only the low part
+// of a running counter and gives no absolute time, so the generic timestamp
+// stands in for it, as it does when the record does not parse.
+// DLF form: packet code 0x1FFB, the specific timestamp, and the payload
+// without its command byte.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "common/item_record.h"
+
+namespace quillon {
+
+struct EventRecord {
+  bool parsed = false;  // the whole record lies inside the payload
+  std::uint32_t event_id = 0;
+  bool truncated_time = false;
+  std::uint64_t time = 0;            // the full time, or the 16-bit truncated one
+  std::uint32_t payload_offset = 0;  // from the start of the item payload
+  std::uint32_t payload_length = 0;
+};
+
+// Parses the event record of an EVENT item's payload.
+EventRecord ParseEventRecord(std::span<const std::uint8_t> payload);
+
+class EventItem final : public ItemRecord {
+ public:
+  explicit EventItem(const ItemBufferRef& buffer);
+
+  std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
+  std::uint32_t GetHeaderLength() const override;
+  ItemTimestamp GetSpecificTimestamp() const override;
+  bool IsValid() const override;
+  bool SetDefaultColor() override;
+
+  const EventRecord& Record() const { return record_; }
+
+ private:
+  EventRecord record_;
+};
+
+}  // namespace quillon

@@ -1,0 +1,19 @@
+#include "store/item_malformed.h"
+
+#include "store/item_payload.h"
+
+namespace quillon {
+
+MalformedItem::MalformedItem(const ItemBufferRef& buffer) : ItemRecord(kItemMalformed, buffer) {
+  key_ = ItemKey{kItemMalformed};
+  if (auto command = ReadPayload(*this).U8(0)) key_.Append(*command);
+}
+
+std::uint32_t MalformedItem::GetDLFBuffer(std::uint8_t*, std::uint32_t) const { return 0; }
+
+bool MalformedItem::SetDefaultColor() {
+  color_ = kColorRed;
+  return true;
+}
+
+}  // namespace quillon

@@ -1,0 +1,37 @@
+#include "store/item_ota_log.h"
+
+#include <array>
+#include <utility>
+
+namespace quillon {
+
+namespace {
+
+// Log code -> COLORREF. A constant table: made once, shared by all items
+// and safe to read from any thread.
+constexpr std::array<std::pair<std::uint32_t, std::uint32_t>, 22> kOtaColors = {{
+    {0x1004, 0xF8F2E8}, {0x1005, 0xF2E8D8}, {0x1006, 0xECDCC2}, {0x1007, 0xE6D0AC},
+    {0x1008, 0xE0C698}, {0x1090, 0xE0C698}, {0x1091, 0xF2E8D8}, {0x1076, 0xF0F4F0},
+    {0x1077, 0xEBF0EB}, {0x1078, 0xE6ECE6}, {0x1079, 0xE1E8E1}, {0x1085, 0xFFF4F0},
+    {0x1086, 0xFFF0EB}, {0x10D6, 0xFCF4F8}, {0x10D7, 0xF8E8EE}, {0x10D8, 0xF4DAE4},
+    {0x412F, 0x00CCFF}, {0x512F, 0xC2D6FF}, {0x5226, 0x6496FF}, {0x5230, 0x0052FB},
+    {0x713A, 0xBEF4FF}, {0x107C, 0xDCE4DC},
+}};
+
+}  // namespace
+
+std::uint32_t OtaLogColor(std::uint32_t log_code) {
+  for (const auto& [code, color] : kOtaColors) {
+    if (code == log_code) return color;
+  }
+  return kColorUnknown;
+}
+
+OtaLogItem::OtaLogItem(const ItemBufferRef& buffer) : LogPacketItem(kItemOtaLog, buffer) {}
+
+bool OtaLogItem::SetDefaultColor() {
+  color_ = key_.size() >= 2 ? OtaLogColor(key_[1]) : kColorUnknown;
+  return true;
+}
+
+}  // namespace quillon

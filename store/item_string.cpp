@@ -1,0 +1,34 @@
+#include "store/item_string.h"
+
+#include "store/item_payload.h"
+
+namespace quillon {
+
+std::uint32_t MakeStringHeaderWord(std::uint32_t color, std::uint32_t string_type) {
+  return 0xC0000000u | (color & 0xFFFFFFu) << 6 | (string_type & 63u);
+}
+
+std::optional<std::uint32_t> StringHeaderColor(std::uint32_t header_word) {
+  const std::uint32_t red = (header_word >> 6) & 0xFF;
+  const std::uint32_t green = (header_word >> 14) & 0xFF;
+  const std::uint32_t blue = (header_word >> 22) & 0xFF;
+  if (red == 0 || green == 0 || blue == 0) return std::nullopt;
+  return blue << 16 | green << 8 | red;
+}
+
+StringItem::StringItem(const ItemBufferRef& buffer) : ItemRecord(kItemString, buffer) {
+  key_ = ItemKey{kItemString};
+  if (auto word = HeaderWord()) key_.Append(*word & 63u);
+}
+
+std::optional<std::uint32_t> StringItem::HeaderWord() const { return ReadPayload(*this).U32(0); }
+
+std::uint32_t StringItem::GetDLFBuffer(std::uint8_t*, std::uint32_t) const { return 0; }
+
+bool StringItem::SetDefaultColor() {
+  auto word = HeaderWord();
+  color_ = word ? StringHeaderColor(*word).value_or(kStringFallbackColor) : kStringFallbackColor;
+  return true;
+}
+
+}  // namespace quillon

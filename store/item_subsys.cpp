@@ -1,0 +1,71 @@
+#include "store/item_subsys.h"
+
+#include "store/item_diag.h"
+#include "store/item_payload.h"
+
+namespace quillon {
+
+namespace {
+
+constexpr std::uint32_t kColorResponse = 0xFF8080;
+constexpr std::uint32_t kColorDelayedOk = 0xFF9494;
+constexpr std::uint32_t kColorRequest = 0x80FF80;
+
+ItemKey SubsysKey(std::uint32_t type_code, const ItemRecord& item) {
+  ItemKey key{type_code};
+  const PayloadReader r = ReadPayload(item);
+  auto id = r.U8(1);
+  auto command = r.U16(2);
+  if (id && command) {
+    key.Append(*id);
+    key.Append(*command);
+  }
+  return key;
+}
+
+}  // namespace
+
+SubsysResponseItem::SubsysResponseItem(const ItemBufferRef& buffer)
+    : ItemRecord(kItemSubsysRx, buffer) {
+  key_ = SubsysKey(kItemSubsysRx, *this);
+}
+
+std::uint32_t SubsysResponseItem::GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const {
+  return WriteResponseDlf(*this, out, capacity);
+}
+
+std::uint32_t SubsysResponseItem::GetHeaderLength() const {
+  return ReadPayload(*this).U8(0) == kSubsysDelayedCommand ? 12 : 4;
+}
+
+std::optional<std::uint32_t> SubsysResponseItem::DelayedStatus() const {
+  const PayloadReader r = ReadPayload(*this);
+  if (r.U8(0) != kSubsysDelayedCommand) return std::nullopt;
+  return r.U32(4);
+}
+
+bool SubsysResponseItem::SetDefaultColor() {
+  if (ReadPayload(*this).U8(0) == kSubsysDelayedCommand) {
+    auto status = DelayedStatus();
+    color_ = status && *status != 0 ? kColorRed : kColorDelayedOk;
+  } else {
+    color_ = kColorResponse;
+  }
+  return true;
+}
+
+SubsysRequestItem::SubsysRequestItem(const ItemBufferRef& buffer)
+    : ItemRecord(kItemSubsysTx, buffer) {
+  key_ = SubsysKey(kItemSubsysTx, *this);
+}
+
+std::uint32_t SubsysRequestItem::GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const {
+  return WriteRequestDlf(*this, out, capacity);
+}
+
+bool SubsysRequestItem::SetDefaultColor() {
+  color_ = kColorRequest;
+  return true;
+}
+
+}  // namespace quillon
