@@ -55,6 +55,8 @@ struct FieldRecord {
   bool hexadecimal = false;
   std::int32_t description_id = kDbNone;
   bool proprietary = false;
+
+  bool operator==(const FieldRecord&) const = default;
 };
 
 // Member kinds of a struct row.
@@ -90,6 +92,8 @@ struct RowSpecifier {
   std::int64_t value = 0;       // kinds 5, 7: the constant (bits)
   std::u16string op_text;       // kinds 5, 7: operator as written
   std::u16string value_text;    // kinds 5, 7: constant as written
+
+  bool operator==(const RowSpecifier&) const = default;
 };
 
 struct StructRow {
@@ -102,6 +106,8 @@ struct StructRow {
   std::int32_t repetition = 0;
   std::u16string specifier;
   RowSpecifier parsed;  // derived from `specifier` and `repetition`
+
+  bool operator==(const StructRow&) const = default;
 };
 
 // A Diag entity: the payload layout and summary of one kind of item. Its
@@ -115,12 +121,16 @@ struct DiagEntity {
   std::int32_t EntityType() const {
     return codes.empty() ? -1 : static_cast<std::int32_t>(codes[0]);
   }
+
+  bool operator==(const DiagEntity&) const = default;
 };
 
 struct FormatSpecifierRecord {
   std::uint32_t id = 0;
   std::u16string format;
   std::u16string field_names;
+
+  bool operator==(const FormatSpecifierRecord&) const = default;
 };
 
 struct EnumRecord {
@@ -128,6 +138,8 @@ struct EnumRecord {
   std::u16string name;
   std::int32_t description_id = kDbNone;
   bool flag = false;
+
+  bool operator==(const EnumRecord&) const = default;
 };
 
 struct EnumEntryRecord {
@@ -136,11 +148,15 @@ struct EnumEntryRecord {
   bool hexadecimal = false;  // the value was written as 0x...
   std::u16string name;
   std::int32_t description_id = kDbNone;
+
+  bool operator==(const EnumEntryRecord&) const = default;
 };
 
 struct DescriptionRecord {
   std::uint32_t id = 0;
   std::u16string text;
+
+  bool operator==(const DescriptionRecord&) const = default;
 };
 
 struct CategoryRecord {
@@ -148,6 +164,8 @@ struct CategoryRecord {
   std::u16string name;
   std::int32_t description_id = kDbNone;
   std::int32_t parent_id = kDbNone;
+
+  bool operator==(const CategoryRecord&) const = default;
 };
 
 // The ten item tables, each paired with its category table.
@@ -175,11 +193,15 @@ struct ItemEntry {
   std::int32_t description_id = kDbNone;
   bool flag = false;                     // Log Item only
   std::vector<std::uint32_t> ota_codes;  // OTA Type only: its kinds
+
+  bool operator==(const ItemEntry&) const = default;
 };
 
 struct UserItemColorRecord {
   std::vector<std::uint32_t> items;
   std::uint32_t color = 0;  // red + green * 256 + blue * 65536
+
+  bool operator==(const UserItemColorRecord&) const = default;
 };
 
 using ItemEntryKey = std::uint64_t;  // first << 32 | second
@@ -217,6 +239,7 @@ struct DbTables {
   ItemMap& Items(DbItemTable t) { return items[static_cast<std::size_t>(t)]; }
   const ItemMap& Items(DbItemTable t) const { return items[static_cast<std::size_t>(t)]; }
   void Clear() { *this = DbTables(); }
+  bool operator==(const DbTables&) const = default;
 };
 
 }  // namespace quillon

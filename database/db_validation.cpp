@@ -93,7 +93,7 @@ char16_t FoldChar(char16_t c) {
 // Reports the description check's findings for one record.
 bool CheckDescriptionId(std::int32_t& id, const DbTables& t, std::u16string_view display,
                         DbMessageSink& sink) {
-  if (id < kDbNone || static_cast<std::uint32_t>(id) >= kDbDescriptionMark) {
+  if (id < kDbNone || (id >= 0 && static_cast<std::uint32_t>(id) >= kDbDescriptionMark)) {
     Report(sink, 2, u"DB [%s] Invalid description ID detected %d, resetting to -1", {display, id});
     id = kDbNone;
     return false;

@@ -1,0 +1,170 @@
+#include <gtest/gtest.h>
+
+#include "database/database.h"
+#include "db_test_util.h"
+
+namespace quillon {
+namespace {
+
+using dbtest::Has;
+using dbtest::TempDir;
+using dbtest::WriteAnsi;
+
+class MergeTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    const auto& root = dir_.path();
+    dbtest::WriteEmptyTables(root);
+    WriteAnsi(root / "FormatSpecifier.txt", "1^\"len %u\"^\"len\"\n2^\"fixed\"^\"\"\n");
+    WriteAnsi(root / "Enum.txt", "1^\"Colours\"^-1^0\n2^\"Modes\"^-1^0\n");
+    WriteAnsi(root / "EnumEntry.txt", "1^0^\"red\"\n1^1^\"green\"\n2^0^\"idle\"\n");
+    WriteAnsi(root / "Field.txt", "1^\"len\"^8^0^2^0\n2^\"mode\"^8^1^2^0\n");
+    WriteAnsi(root / "Struct.txt", "1^0^0^1^\"\"^-1^0^\"\"\n1^1^0^2^\"\"^-1^2^\"1\"\n");
+    WriteAnsi(root / "Diag.txt", "5^\"100\"^\"Main Log\"^1^1\n");
+    WriteAnsi(root / "LogCategory.txt", "0^\"Radio\"^-1^-1\n1^\"Power\"^-1^-1\n");
+    WriteAnsi(root / "LogItem.txt", "0x1000^\"Main A\"^\"0\"^0\n0x1001^\"Main B\"^\"1\"^0\n");
+    WriteAnsi(root / "Description.txt", "0^\"d0\"\n1^\"d1\"\n");
+
+    const auto a = dir_.Sub("userA");
+    dbtest::WriteEmptyTables(a);
+    WriteAnsi(a / "FormatSpecifier.txt", "1^\"a %u\"^\"x\"\n");
+    WriteAnsi(a / "Enum.txt", "1^\"Colours\"^-1^0\n5^\"Levels\"^-1^0\n");
+    WriteAnsi(a / "EnumEntry.txt", "1^1^\"GREEN\"\n1^2^\"blue\"\n5^0^\"low\"\n");
+    WriteAnsi(a / "Field.txt", "1^\"x\"^8^0^2^0\n2^\"lvl\"^8^1^5^0^0\n3^\"y\"^8^0^2^0^1\n");
+    WriteAnsi(a / "Struct.txt",
+              "1^0^0^1^\"\"^-1^0^\"\"\n1^1^0^2^\"\"^-1^2^\"1\"\n1^2^1^2^\"\"^-1^0^\"\"\n"
+              "2^0^0^3^\"\"^-1^5^\"1 > 2\"\n");
+    WriteAnsi(a / "Diag.txt", "5^\"200\"^\"User Log\"^1^1\n5^\"300\"^\"main log\"^-1^-1\n");
+    WriteAnsi(a / "LogCategory.txt", "0^\"Power\"^-1^-1\n1^\"Extra\"^-1^0\n");
+    WriteAnsi(a / "LogItem.txt", "0x1000^\"User A\"^\"0\"^1\n0x2000^\"New\"^\"1\"^0\n");
+    WriteAnsi(a / "Description.txt", "0^\"user zero\"\n1^\"\"\n");
+
+    const auto b = dir_.Sub("userB");
+    dbtest::WriteEmptyTables(b);
+    WriteAnsi(b / "LogItem.txt", "0x2000^\"New B\"^\"\"^0\n");
+
+    // Not a user database: the name ends in a full stop.
+    const auto skipped = dir_.Sub("skip.");
+    WriteAnsi(skipped / "LogItem.txt", "garbage\n");
+  }
+
+  TempDir dir_;
+  DbMessageList messages_;
+  Database db_{&messages_};
+};
+
+TEST_F(MergeTest, RenumbersMapsAndReports) {
+  EXPECT_FALSE(db_.Load(dir_.u16(), true));
+  const std::string dump = dbtest::Dump(messages_);
+  EXPECT_TRUE(Has(messages_, u"DB Found user database 'userA'", 0)) << dump;
+  EXPECT_TRUE(Has(messages_, u"DB Found user database 'userB'", 0));
+  EXPECT_FALSE(Has(messages_, u"DB Found user database 'skip.'", 0));
+  EXPECT_TRUE(
+      Has(messages_, u"DB Merge [Enum] Duplicate enum 'Colours' detected, using existing ID 1", 1));
+  EXPECT_TRUE(Has(messages_,
+                  u"DB Merge [Enum Entry] Duplicate enum entry 'GREEN' detected, replacing 'green' "
+                  u"for enum ID 1",
+                  1));
+  EXPECT_TRUE(
+      Has(messages_,
+          u"DB Merge [Diag] Duplicate DIAG entity 'main log' detected, using existing entity", 2));
+  EXPECT_TRUE(
+      Has(messages_,
+          u"DB Merge [Log Category] Duplicate category 'Power' detected, using existing ID 1", 1));
+  EXPECT_TRUE(Has(messages_,
+                  u"DB Merge [Log Item] Duplicate item 'User A' detected, replacing 'Main A'", 1));
+  EXPECT_TRUE(
+      Has(messages_, u"DB Merge [Log Item] Duplicate item 'New B' detected, replacing 'New'", 1) ||
+      Has(messages_, u"DB Merge [Log Item] Duplicate item 'New' detected, replacing 'New B'", 1));
+  EXPECT_TRUE(Has(messages_, u"DB Merge [Description] Error copying description '1'", 2));
+  EXPECT_TRUE(
+      Has(messages_, u"DB Merge [Field] Error reassigning description ID 1, new ID not found", 2));
+  EXPECT_EQ(messages_.Messages().size(), 10u) << dump;
+
+  // Format specifiers and enums above the main table's highest IDs.
+  ASSERT_NE(db_.FindFormatSpecifier(3), nullptr);
+  EXPECT_EQ(db_.FindFormatSpecifier(3)->format, u"a %u");
+  ASSERT_NE(db_.FindEnum(3), nullptr);
+  EXPECT_EQ(db_.FindEnum(3)->name, u"Levels");
+  EXPECT_EQ(db_.FindEnumEntry(3, 0)->name, u"low");
+  EXPECT_EQ(db_.FindEnumEntry(1, 1)->name, u"GREEN");
+  EXPECT_EQ(db_.FindEnumEntry(1, 2)->name, u"blue");
+  EXPECT_EQ(db_.FindEnumByName(u"Levels"), std::optional<std::uint32_t>(3));
+
+  // Fields 3..5, the enum reference and the description renumbered.
+  EXPECT_EQ(db_.FindField(3)->name, u"x");
+  EXPECT_EQ(db_.FindField(4)->type, 3u);
+  EXPECT_EQ(db_.FindField(4)->description_id, 2);
+  EXPECT_EQ(*db_.FindDescription(2), u"user zero");
+  EXPECT_EQ(db_.FindField(5)->description_id, 0x0F000000 + 1);  // left marked
+
+  // Structures 2 and 3 with their field, struct and specifier references.
+  std::vector<StructRow> rows;
+  for (const StructRow& r : db_.FindStructRows(2)) rows.push_back(r);
+  ASSERT_EQ(rows.size(), 3u);
+  EXPECT_EQ(rows[0].reference, 3u);
+  EXPECT_EQ(rows[1].reference, 4u);
+  EXPECT_EQ(rows[1].specifier, u"3");
+  EXPECT_EQ(rows[2].reference, 3u);  // nested user struct 2 became 3
+  const StructRow& optional = *db_.FindStructRows(3).begin();
+  EXPECT_EQ(optional.specifier, u"3 > 2");
+  EXPECT_EQ(optional.parsed.field_id, 3u);
+
+  const DiagEntity* user_log = db_.FindDiagEntity({5, 200});
+  ASSERT_NE(user_log, nullptr);
+  EXPECT_EQ(user_log->struct_id, 2);
+  EXPECT_EQ(user_log->format_id, 3);
+  EXPECT_EQ(db_.FindDiagEntity({5, 300}), nullptr);
+  EXPECT_EQ(db_.GetReferencedFieldIds(*user_log), (std::vector<std::uint32_t>{3}));
+
+  // Categories: "Power" reused, "Extra" new with its parent mapped.
+  EXPECT_EQ(db_.FindCategory(DbItemTable::kLog, 2)->name, u"Extra");
+  EXPECT_EQ(db_.FindCategory(DbItemTable::kLog, 2)->parent_id, 1);
+  EXPECT_EQ(db_.Tables().Categories(DbItemTable::kLog).size(), 3u);
+  EXPECT_EQ(db_.FindLogItem(0x1000)->name, u"User A");
+  EXPECT_EQ(db_.FindLogItem(0x1000)->categories, std::vector<std::int32_t>{1});
+  EXPECT_TRUE(db_.FindLogItem(0x1000)->flag);
+  const auto* power = db_.ItemsInCategory(DbItemTable::kLog, 1);
+  ASSERT_NE(power, nullptr);
+  EXPECT_EQ(power->size(), 2u);  // Main B and User A
+}
+
+TEST_F(MergeTest, LaterUserDatabaseWinsInEnumerationOrder) {
+  db_.Load(dir_.u16(), true);
+  // Directory order is the file system's; whichever came last must hold
+  // the key, and each user database replacing it warned once.
+  std::size_t a_pos = 0, b_pos = 0;
+  for (std::size_t i = 0; i < messages_.Messages().size(); ++i) {
+    if (messages_.Messages()[i].text == u"DB Found user database 'userA'") a_pos = i;
+    if (messages_.Messages()[i].text == u"DB Found user database 'userB'") b_pos = i;
+  }
+  if (a_pos < b_pos) {
+    EXPECT_EQ(db_.FindLogItem(0x2000)->name, u"New B");
+  } else {
+    EXPECT_EQ(db_.FindLogItem(0x2000)->name, u"New");
+  }
+}
+
+TEST(DbMerge, EmptyMainTablesStartAtZero) {
+  Database main;
+  Database user;
+  DbTables& u = user.MutableTables();
+  u.enums[40] = EnumRecord{40, u"E", -1, false};
+  u.enum_entries[{40, 1}] = EnumEntryRecord{40, 1, false, u"one", -1};
+  u.enum_entries[{41, 1}] = EnumEntryRecord{41, 1, false, u"stray", -1};
+  u.fields[7] = FieldRecord{7, u"f", 8, 1, 40, false, -1, false};
+  u.fields[8] = FieldRecord{8, u"g", 8, 1, 41, false, -1, false};  // enum 41 missing
+  u.Categories(DbItemTable::kEvent)[9] = CategoryRecord{9, u"Cat", -1, -1};
+  DbMessageList messages;
+  main.SetSink(&messages);
+  EXPECT_FALSE(main.Merge(user));
+  EXPECT_TRUE(Has(messages, u"DB Merge [Enum Entry] Error copying enum entry 'stray'", 2));
+  EXPECT_TRUE(Has(messages, u"DB Merge [Field] Error copying field 'g'", 2));
+  EXPECT_EQ(main.FindEnum(0)->name, u"E");
+  EXPECT_EQ(main.FindField(0)->type, 0u);
+  EXPECT_EQ(main.FindField(1), nullptr);
+  EXPECT_EQ(main.FindCategory(DbItemTable::kEvent, 0)->name, u"Cat");
+}
+
+}  // namespace
+}  // namespace quillon
