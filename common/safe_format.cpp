@@ -266,7 +266,17 @@ FormatStatus ConvertInteger(const Spec& spec, FormatArgumentSource& args, Output
   char digits[24];
   char* const end = digits + sizeof(digits);
   char* p = end;
-  for (std::uint64_t v = value; v != 0; v /= base) *--p = digit_set[v % base];
+  // Constant divisors let the compiler avoid a hardware division per digit.
+  if (base == 10) {
+    std::uint64_t v = value;
+    for (; v > 0xFFFFFFFF; v /= 10) *--p = static_cast<char>('0' + v % 10);
+    for (auto v32 = static_cast<std::uint32_t>(v); v32 != 0; v32 /= 10) {
+      *--p = static_cast<char>('0' + v32 % 10);
+    }
+  } else {
+    const unsigned shift = base == 16 ? 4 : 3;
+    for (std::uint64_t v = value; v != 0; v >>= shift) *--p = digit_set[v & (base - 1)];
+  }
   // Precision 0 with the value 0 prints no digits at all.
   const std::size_t precision = spec.precision < 0 ? 1 : static_cast<std::size_t>(spec.precision);
   if (p == end && precision > 0) *--p = '0';
