@@ -9,5 +9,6 @@ namespace quillon::cli {
 void AddDumpCommand(CLI::App& app);
 void AddInfoCommand(CLI::App& app);
 void AddSampleCommand(CLI::App& app);
+void AddDbCommands(CLI::App& app);
 
 }  // namespace quillon::cli

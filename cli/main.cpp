@@ -10,6 +10,7 @@ int main(int argc, char** argv) {
   quillon::cli::AddDumpCommand(app);
   quillon::cli::AddInfoCommand(app);
   quillon::cli::AddSampleCommand(app);
+  quillon::cli::AddDbCommands(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
