@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -37,7 +39,7 @@ class TestDb {
     r.repetition = repetition;
     r.specifier = std::move(specifier);
     r.parsed = ParseRowSpecifier(r.repetition, r.specifier);
-    db_.MutableTables().structs[{struct_id, r.index}] = r;
+    db_->MutableTables().structs[{struct_id, r.index}] = r;
     return *this;
   }
   TestDb& Member(std::uint32_t struct_id, std::uint32_t field_id, std::u16string label = {}) {
@@ -50,11 +52,11 @@ class TestDb {
     e.name = std::move(name);
     e.struct_id = struct_id;
     e.format_id = format_id;
-    db_.MutableTables().diag.emplace(e.codes, e);
+    db_->MutableTables().diag.emplace(e.codes, e);
     return *this;
   }
   TestDb& Summary(std::uint32_t id, std::u16string format, std::u16string names) {
-    db_.MutableTables().formats[id] =
+    db_->MutableTables().formats[id] =
         FormatSpecifierRecord{id, std::move(format), std::move(names)};
     return *this;
   }
@@ -63,11 +65,11 @@ class TestDb {
     e.enum_id = enum_id;
     e.value = value;
     e.name = std::move(name);
-    db_.MutableTables().enum_entries[{enum_id, value}] = e;
+    db_->MutableTables().enum_entries[{enum_id, value}] = e;
     return *this;
   }
 
-  const Database& db() const { return db_; }
+  const Database& db() const { return *db_; }
 
  private:
   TestDb& AddField(std::uint32_t id, std::u16string name, std::uint32_t bits, std::int32_t kind,
@@ -79,11 +81,11 @@ class TestDb {
     f.kind = kind;
     f.type = type;
     f.hexadecimal = hex;
-    db_.MutableTables().fields[id] = f;
+    db_->MutableTables().fields[id] = f;
     return *this;
   }
 
-  Database db_;
+  std::unique_ptr<Database> db_ = std::make_unique<Database>();
   std::map<std::uint32_t, std::uint32_t> next_index_;
 };
 
