@@ -83,6 +83,13 @@ ParsedFieldList::ParsedFieldList(const Database& db, std::uint32_t event_id,
   }
 }
 
+ParsedFieldList::ParsedFieldList(const Database& db, std::vector<std::uint32_t> keys,
+                                 const std::uint8_t* payload, std::uint32_t length,
+                                 std::u16string_view entity_name)
+    : StructWalker(db, std::move(keys), entity_name) {
+  if (payload != nullptr && length <= kMaxItemPayload) reader_ = BitReader(payload, length);
+}
+
 ParsedFieldList::~ParsedFieldList() = default;
 
 const std::u16string& ParsedFieldList::EntityName() const {

@@ -38,6 +38,10 @@ class ParsedFieldList : public StructWalker {
   // empty payload.
   ParsedFieldList(const Database& db, std::uint32_t event_id, const std::uint8_t* payload,
                   std::int32_t length);
+  // Any entity key list over bytes that the caller keeps alive (tools,
+  // tests and fuzzing).
+  ParsedFieldList(const Database& db, std::vector<std::uint32_t> keys, const std::uint8_t* payload,
+                  std::uint32_t length, std::u16string_view entity_name = {});
   ~ParsedFieldList() override;
 
   // Stores the flags; walks unless an earlier walk succeeded, builds the
