@@ -134,7 +134,8 @@ TEST_P(IsfReadEachClass, AuxiliaryValueIsReadButNotCarried) {
   StoreU32(&bytes[5], 0);
   StoreU16(&bytes[9], 2);
   StoreU64(&bytes[4 + isf::kIndexSize + 8], kSomeMs);
-  for (std::uint8_t b : {0x09, 0x44, 0x33, 0x22, 0x11, 0x0C, 0x7E}) bytes.push_back(b);
+  const std::vector<std::uint8_t> record{0x09, 0x44, 0x33, 0x22, 0x11, 0x0C, 0x7E};
+  bytes.insert(bytes.end(), record.begin(), record.end());
   const std::vector<std::uint8_t> trailer{0, 0, 0, 0, 0,    0,    0,    0,
                                           1, 0, 0, 0, 0x07, 0x31, 0x60, 0xAB};
   bytes.insert(bytes.end(), trailer.begin(), trailer.end());
