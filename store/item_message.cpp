@@ -24,11 +24,11 @@ constexpr std::uint32_t kColorOtherLevel = 0x5055B8;
 MessageHeader ParseExtended(const PayloadReader& r) {
   MessageHeader h;
   h.extended = true;
-  auto n = r.U8(2);
-  auto time = r.U64(4);
-  auto line = r.U16(12);
-  auto subsystem = r.U16(14);
-  auto mask = r.U32(16);
+  auto n = r.U8(kExtendedMessageArgCountOffset);
+  auto time = r.U64(kExtendedMessageTimeOffset);
+  auto line = r.U16(kExtendedMessageLineOffset);
+  auto subsystem = r.U16(kExtendedMessageSubsystemOffset);
+  auto mask = r.U32(kExtendedMessageMaskOffset);
   if (!n || !time || !line || !subsystem || !mask) return h;
   h.has_key = true;
   h.arg_count = *n;

@@ -46,35 +46,9 @@
 #include <span>
 
 #include "common/item_record.h"
+#include "items/message_layout.h"
 
 namespace quillon {
-
-inline constexpr std::uint8_t kExtendedMessageCommand = 0x79;
-inline constexpr std::uint8_t kLegacyMessageCommand = 0x1F;
-
-// Legacy message field positions.
-inline constexpr std::uint32_t kLegacyMessageLength = 87;
-inline constexpr std::uint32_t kLegacyMessageLevelOffset = 11;
-inline constexpr std::uint32_t kLegacyMessageFileOffset = 12;
-inline constexpr std::uint32_t kLegacyMessageFileSize = 13;
-inline constexpr std::uint32_t kLegacyMessageLineOffset = 25;
-inline constexpr std::uint32_t kLegacyMessageFormatOffset = 27;
-inline constexpr std::uint32_t kLegacyMessageFormatSize = 40;
-inline constexpr std::uint32_t kLegacyMessageArgsOffset = 67;
-inline constexpr std::uint32_t kLegacyMessageArgCount = 3;
-inline constexpr std::uint32_t kLegacyMessageTimeOffset = 79;
-
-// Extended message field positions.
-inline constexpr std::uint32_t kExtendedMessageArgsOffset = 20;
-
-// Message levels, as in the key.
-enum MessageLevel : std::uint32_t {
-  kMessageLow = 0,
-  kMessageMedium = 1,
-  kMessageHigh = 2,
-  kMessageError = 3,
-  kMessageFatal = 4,
-};
 
 struct MessageHeader {
   bool has_key = false;  // the fixed fields that make the key are present
