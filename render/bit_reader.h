@@ -63,18 +63,19 @@ class BitReader {
     const std::uint32_t bit = position_ & 7u;
     const std::uint8_t* byte = data_ + (position_ >> 3);
     if (order_ != kMsbFirst) {
-      // The shortcuts: a read inside one byte, and whole bytes at a byte
-      // boundary (little-endian, as the general path would assemble them).
+      // The shortcuts: a read inside one byte, and reads that one 64-bit
+      // little-endian load covers (as the general path would assemble them).
       if (bit + n <= 8) {
         out = (static_cast<std::uint64_t>(*byte) >> bit) & Mask(n);
         position_ += n;
         return kBitReadOk;
       }
-      if (bit == 0 && (n == 16 || n == 32 || n == 64)) {
+      // Anything else that one 64-bit little-endian word covers, when eight
+      // whole bytes are left from the current byte.
+      if (bit + n <= 64 && (length_ >> 3) - (position_ >> 3) >= 8) {
         std::uint64_t v = 0;
-        for (std::uint32_t i = 0; i < n / 8; ++i)
-          v |= static_cast<std::uint64_t>(byte[i]) << (8 * i);
-        out = v;
+        for (std::uint32_t i = 0; i < 8; ++i) v |= static_cast<std::uint64_t>(byte[i]) << (8 * i);
+        out = (v >> bit) & Mask(n);
         position_ += n;
         return kBitReadOk;
       }

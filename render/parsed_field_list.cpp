@@ -11,6 +11,9 @@ namespace quillon {
 
 namespace {
 
+// Most entities have fewer fields than this.
+constexpr std::size_t kInitialEntries = 64;
+
 bool IsBlank(char16_t c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; }
 
 std::u16string_view Trim(std::u16string_view s) {
@@ -113,13 +116,18 @@ bool ParsedFieldList::HasRemainingPayload() const {
 bool ParsedFieldList::ReadField(const FieldRecord* def, const std::u16string& name,
                                 std::int64_t /*index*/) {
   if (def == nullptr) return false;
-  if (!quillon::ReadField(&db_, def, reader_, field_strings_, scratch_)) return false;
-  if (HasReferencedSlots()) {
-    if (const auto widened = WidenedValue(scratch_)) StoreReferencedValue(def->id, *widened);
+  if (entries_.capacity() == entries_.size()) {
+    entries_.reserve(entries_.empty() ? kInitialEntries : entries_.size() * 2);
   }
-  scratch_.name = name;
-  entries_.push_back(std::move(scratch_));
-  scratch_ = ParsedField{};
+  ParsedField& entry = entries_.emplace_back();
+  if (!quillon::ReadField(&db_, def, reader_, field_strings_, entry)) {
+    entries_.pop_back();
+    return false;
+  }
+  if (HasReferencedSlots()) {
+    if (const auto widened = WidenedValue(entry)) StoreReferencedValue(def->id, *widened);
+  }
+  entry.name = name;
   return true;
 }
 

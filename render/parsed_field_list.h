@@ -104,7 +104,6 @@ class ParsedFieldList : public StructWalker {
   ItemBufferRef buffer_;  // keeps an item's payload alive
   BitReader reader_;
   std::vector<ParsedField> entries_;
-  ParsedField scratch_;
   std::u16string summary_;
   bool field_strings_ = false;
   bool parsed_ = false;

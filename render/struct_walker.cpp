@@ -150,16 +150,19 @@ bool StructWalker::WalkEntity() {
 bool StructWalker::WalkStruct(std::uint32_t struct_id, std::u16string& path,
                               std::int64_t /*index*/) {
   if (depth_ >= kMaxWalkDepth) return false;
-  const StructRowRange rows = db_.FindStructRows(struct_id);
-  if (rows.empty()) return false;
+  // The rows of one struct are adjacent in the (struct ID, index) map.
+  const StructMap& all_rows = db_.Tables().structs;
+  auto it = all_rows.lower_bound({struct_id, 0});
+  const auto end = all_rows.end();
+  if (it == end || it->first.first != struct_id) return false;
 
   const std::uint8_t saved_order = GetBitOrder();
   const std::uint32_t base = CurrentPosition();
   std::uint32_t extent = 0;
 
-  auto it = rows.begin();
-  if (it->member_kind == kMemberMsbFirst || it->member_kind == kMemberLsbFirst) {
-    const std::uint8_t order = it->member_kind == kMemberMsbFirst ? kMsbFirst : kLsbFirst;
+  const StructRow& first = it->second;
+  if (first.member_kind == kMemberMsbFirst || first.member_kind == kMemberLsbFirst) {
+    const std::uint8_t order = first.member_kind == kMemberMsbFirst ? kMsbFirst : kLsbFirst;
     if (order != saved_order) {
       if (CurrentPosition() % 8 != 0) return false;
       SetBitOrder(order);
@@ -168,8 +171,8 @@ bool StructWalker::WalkStruct(std::uint32_t struct_id, std::u16string& path,
   }
 
   ++depth_;
-  for (; it != rows.end(); ++it) {
-    if (!WalkMember(*it, base, extent, path)) {
+  for (; it != end && it->first.first == struct_id; ++it) {
+    if (!WalkMember(it->second, base, extent, path)) {
       --depth_;
       return false;
     }
@@ -181,6 +184,16 @@ bool StructWalker::WalkStruct(std::uint32_t struct_id, std::u16string& path,
     SetBitOrder(saved_order);
   }
   return true;
+}
+
+const FieldRecord* StructWalker::FindField(std::uint32_t field_id) {
+  // Arrays and repeated structures look the same fields up again and again.
+  FieldCacheEntry& slot = field_cache_[field_id % kFieldCacheSize];
+  if (slot.definition == nullptr || slot.id != field_id) {
+    slot.id = field_id;
+    slot.definition = db_.FindField(field_id);
+  }
+  return slot.definition;
 }
 
 bool StructWalker::Move(std::uint32_t base, std::uint32_t& extent, std::int64_t position) {
@@ -225,7 +238,7 @@ bool StructWalker::WalkMember(const StructRow& member, std::uint32_t base, std::
 
   switch (member.member_kind) {
     case kMemberField: {
-      const FieldRecord* def = db_.FindField(member.reference);
+      const FieldRecord* def = FindField(member.reference);
       if (build_names_ && def != nullptr) AppendSegment(path, def->name);
       if (repeated) {
         if (!WalkRepeatedField(member, def, count, start, path)) return false;

@@ -14,6 +14,8 @@
 // contains itself nor huge counts can hang it.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -114,6 +116,13 @@ class StructWalker {
     bool valid = false;
     std::int64_t value = 0;
   };
+  struct FieldCacheEntry {
+    std::uint32_t id = 0;
+    const FieldRecord* definition = nullptr;
+  };
+  static constexpr std::size_t kFieldCacheSize = 64;
+
+  const FieldRecord* FindField(std::uint32_t field_id);
   bool Move(std::uint32_t base, std::uint32_t& extent, std::int64_t position);
   bool WalkRepeatedField(const StructRow& member, const FieldRecord* def, std::int64_t count,
                          std::int64_t start, std::u16string& path);
@@ -122,6 +131,7 @@ class StructWalker {
 
   std::vector<std::uint32_t> slot_ids_;  // sorted
   std::vector<Slot> slots_;
+  std::array<FieldCacheEntry, kFieldCacheSize> field_cache_{};
   std::uint32_t depth_ = 0;
   std::uint64_t steps_ = 0;
 };
