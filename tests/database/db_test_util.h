@@ -25,8 +25,10 @@ class TempDir {
     static std::atomic<int> counter{0};
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
     std::string name = "quillon_db_";
-    if (info) name += std::string(info->test_suite_name()) + "_" + info->name();
-    name += "_" + std::to_string(counter++);
+    if (info) {
+      name.append(info->test_suite_name()).append(1, '_').append(info->name());
+    }
+    name.append(1, '_').append(std::to_string(counter++));
     for (char& c : name) {
       if (c == '/') c = '_';
     }
