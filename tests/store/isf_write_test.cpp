@@ -269,7 +269,7 @@ TEST(IsfTemporary, DeletedOnCloseUnlessKept) {
   EXPECT_TRUE(info.temporary);
   EXPECT_FALSE(info.read_only);
   const std::filesystem::path path(info.path);
-  EXPECT_TRUE(std::filesystem::equivalent(path.parent_path(), dir));
+  EXPECT_EQ(path.parent_path(), (dir / "x").parent_path());
   EXPECT_TRUE(std::filesystem::exists(path));
   const auto item = DiagTx(TimeAtMs(kSomeMs));
   file.AppendItem(item.get());
