@@ -22,7 +22,16 @@ std::u16string TextReader::Decode(const std::uint8_t* data, std::size_t size) {
     }
     return text;
   }
-  return platform::AnsiToUtf16(std::string_view(reinterpret_cast<const char*>(data), size));
+  // ASCII is the same in every ANSI code page: widen it directly, which is
+  // the common case and the hot path of a load.
+  std::u16string text(size, u'\0');
+  for (std::size_t i = 0; i < size; ++i) {
+    if (data[i] >= 0x80) {
+      return platform::AnsiToUtf16(std::string_view(reinterpret_cast<const char*>(data), size));
+    }
+    text[i] = data[i];
+  }
+  return text;
 }
 
 std::uint32_t TextReader::Open(std::u16string_view path) {
