@@ -6,8 +6,8 @@
 
 #include "common/safe_format.h"
 #include "common/text.h"
+#include "items/message_layout.h"
 #include "items/payload_reader.h"
-#include "store/item_message.h"  // the field positions of both message forms (constants only)
 
 namespace quillon {
 
@@ -244,7 +244,7 @@ bool FormatLegacy(const PayloadReader& r, std::u16string& out) {
 }
 
 bool FormatExtended(const PayloadReader& r, std::u16string& out) {
-  const std::size_t count = *r.U8(2);
+  const std::size_t count = *r.U8(kExtendedMessageArgCountOffset);
   const std::size_t format_offset = kExtendedMessageArgsOffset + 4 * count;
   if (format_offset >= r.size()) return false;
   // The file name is the last zero-terminated text: from the byte after
@@ -254,7 +254,7 @@ bool FormatExtended(const PayloadReader& r, std::u16string& out) {
   const std::u16string file = AnsiField(r, start, r.size() - start);
   const std::u16string format = AnsiField(r, format_offset, r.size() - format_offset);
   const auto args = Arguments(r, kExtendedMessageArgsOffset, count);
-  MakeLine(file, *r.U16(12), format, args, kMessageTextBound, out);
+  MakeLine(file, *r.U16(kExtendedMessageLineOffset), format, args, kMessageTextBound, out);
   return true;
 }
 
