@@ -115,7 +115,7 @@ bool ParsedFieldList::HasRemainingPayload() const {
 
 bool ParsedFieldList::ReadField(const FieldRecord* def, const std::u16string& name,
                                 std::int64_t /*index*/) {
-  if (def == nullptr) return false;
+  if (def == nullptr || entries_.size() >= kMaxParsedFields) return false;
   if (entries_.capacity() == entries_.size()) {
     entries_.reserve(entries_.empty() ? kInitialEntries : entries_.size() * 2);
   }

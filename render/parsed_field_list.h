@@ -25,6 +25,10 @@
 namespace quillon {
 
 inline constexpr std::uint32_t kNoIndex = 0xFFFFFFFFu;
+// The most entries one list records: as many 1-bit fields as the largest
+// payload holds. Only tables that read the same bits again and again reach
+// it; the walk then fails.
+inline constexpr std::uint32_t kMaxParsedFields = 8208 * 8;
 
 class ParsedFieldList : public StructWalker {
  public:

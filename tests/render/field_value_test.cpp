@@ -23,15 +23,18 @@ FieldRecord Def(std::uint32_t type, std::uint32_t bits, bool hex = false,
   return f;
 }
 
+// Keeps its own copy of the definition, which the entry points to.
 struct Read {
-  Read(const FieldRecord& def, std::vector<std::uint8_t> payload, std::uint32_t pos = 0,
+  Read(const FieldRecord& definition, std::vector<std::uint8_t> payload, std::uint32_t pos = 0,
        const Database* db = nullptr, bool text = true)
-      : bytes(std::move(payload)) {
+      : def(definition), bytes(std::move(payload)) {
     BitReader r(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
     r.SetPosition(pos);
     ok = ReadField(db, &def, r, text, field);
     end = r.Position();
   }
+  Read(const Read&) = delete;
+  FieldRecord def;
   std::vector<std::uint8_t> bytes;
   ParsedField field;
   bool ok = false;

@@ -358,5 +358,17 @@ TEST(StructWalk, HugeCountsOfElementsThatReadNothingAreCutOff) {
   EXPECT_FALSE(EventParse(counted.db(), 1, {0, 0, 0, 0, 0, 1, 0, 0, 0}).ok);
 }
 
+TEST(StructWalk, ElementsThatRereadTheSameBitsStopAtTheEntryLimit) {
+  // Each element reads a byte, then an alignment member with an explicit
+  // offset of 0 moves the reader back to the element's start.
+  TestDb t = Base();
+  t.Field(1, u"a", 8, kFieldU8);
+  t.Row(kTop, kMemberStruct, 200, {}, kRepeatFixed, u"4000000000");
+  t.Member(200, 1).Row(200, kMemberAlign, 0, {}, kRepeatNone, {}, 0);
+  EventParse p(t.db(), 1, {1}, false, false);
+  EXPECT_FALSE(p.ok);
+  EXPECT_EQ(p.list.Count(), kMaxParsedFields);
+}
+
 }  // namespace
 }  // namespace quillon
