@@ -3,7 +3,8 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh"
-export CCACHE_DIR=${CCACHE_DIR:-$root/build/ccache}
+# One compiler cache for every checkout of the project on this machine.
+export CCACHE_BASEDIR=$root
 cmake -S "$root" -B "$root/build/native" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build "$root/build/native" -j "$(nproc)" --target quillon
 "$root/build/native/cli/quillon" dump "$root/samples/demo.isf"

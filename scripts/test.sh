@@ -4,7 +4,8 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh"
-export CCACHE_DIR=${CCACHE_DIR:-$root/build/ccache}
+# One compiler cache for every checkout of the project on this machine.
+export CCACHE_BASEDIR=$root
 
 run_ctest() {  # build dir
   ctest --test-dir "$1" --output-on-failure -j "$(nproc)"
