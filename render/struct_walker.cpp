@@ -1,6 +1,7 @@
 #include "render/struct_walker.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "database/database.h"
@@ -189,11 +190,28 @@ bool StructWalker::WalkStruct(std::uint32_t struct_id, std::u16string& path,
 const FieldRecord* StructWalker::FindField(std::uint32_t field_id) {
   // Arrays and repeated structures look the same fields up again and again.
   FieldCacheEntry& slot = field_cache_[field_id % kFieldCacheSize];
-  if (slot.definition == nullptr || slot.id != field_id) {
-    slot.id = field_id;
-    slot.definition = db_.FindField(field_id);
+  if (slot.definition != nullptr && slot.id == field_id) return slot.definition;
+  // Fields of a structure are mostly numbered in member order: try the
+  // definition after the one found last before searching the table.
+  const FieldMap& fields = db_.Tables().fields;
+  const FieldRecord* found = nullptr;
+  if (last_field_valid_ && last_field_ != fields.end()) {
+    const auto next = std::next(last_field_);
+    if (next != fields.end() && next->first == field_id) {
+      last_field_ = next;
+      found = &next->second;
+    }
   }
-  return slot.definition;
+  if (found == nullptr) {
+    const auto it = fields.find(field_id);
+    if (it == fields.end()) return nullptr;
+    last_field_ = it;
+    last_field_valid_ = true;
+    found = &it->second;
+  }
+  slot.id = field_id;
+  slot.definition = found;
+  return found;
 }
 
 bool StructWalker::Move(std::uint32_t base, std::uint32_t& extent, std::int64_t position) {

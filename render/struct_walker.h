@@ -132,6 +132,8 @@ class StructWalker {
   std::vector<std::uint32_t> slot_ids_;  // sorted
   std::vector<Slot> slots_;
   std::array<FieldCacheEntry, kFieldCacheSize> field_cache_{};
+  FieldMap::const_iterator last_field_{};
+  bool last_field_valid_ = false;
   std::uint32_t depth_ = 0;
   std::uint64_t steps_ = 0;
 };
