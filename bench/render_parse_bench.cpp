@@ -62,7 +62,7 @@ struct Fixture {
   }
 
   void AddRow(std::uint32_t sid, std::uint32_t index, std::int32_t kind, std::uint32_t ref,
-              std::u16string label, std::int32_t repetition = 0, std::u16string spec = {}) {
+              std::u16string label, std::int32_t repetition = 0, std::u16string specifier_text = {}) {
     StructRow r;
     r.struct_id = sid;
     r.index = index;
@@ -70,7 +70,7 @@ struct Fixture {
     r.reference = ref;
     r.label = std::move(label);
     r.repetition = repetition;
-    r.specifier = std::move(spec);
+    r.specifier = std::move(specifier_text);
     r.parsed = ParseRowSpecifier(repetition, r.specifier);
     db->MutableTables().structs[{sid, index}] = r;
   }
