@@ -169,11 +169,11 @@ void ParsedFieldList::ResolveNamedEntries(const std::u16string& field_names,
 bool ParsedFieldList::BuildSummary() {
   summary_.clear();
   if (entity_.summary_id < 0) return true;
-  const FormatSpecifierRecord* spec =
+  const FormatSpecifierRecord* summary_def =
       db_.FindFormatSpecifier(static_cast<std::uint32_t>(entity_.summary_id));
-  if (spec == nullptr) return true;
-  std::u16string names = spec->field_names;
-  std::u16string format = spec->format;
+  if (summary_def == nullptr) return true;
+  std::u16string names = summary_def->field_names;
+  std::u16string format = summary_def->format;
   SpecialSummary(names, format);
   if (names.empty()) {
     summary_ = format;

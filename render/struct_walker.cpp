@@ -59,19 +59,20 @@ bool StructWalker::GetArrayCount(const StructRow& member, std::int64_t& count,
                                  std::int64_t& start) {
   count = 0;
   start = 0;
-  const RowSpecifier& spec = member.parsed;
-  if (!spec.valid) return false;
+  const RowSpecifier& specifier = member.parsed;
+  if (!specifier.valid) return false;
   switch (member.repetition) {
     case kRepeatFixed:
-      count = spec.count;
+      count = specifier.count;
       break;
     case kRepeatCountField:
-      if (!GetReferencedValue(spec.field_id, count)) return false;
+      if (!GetReferencedValue(specifier.field_id, count)) return false;
       break;
     case kRepeatRange: {
       std::int64_t first = 0;
       std::int64_t last = 0;
-      if (!GetReferencedValue(spec.field_id, first) || !GetReferencedValue(spec.field_id2, last)) {
+      if (!GetReferencedValue(specifier.field_id, first) ||
+          !GetReferencedValue(specifier.field_id2, last)) {
         return false;
       }
       if (last < first) return false;
@@ -85,8 +86,8 @@ bool StructWalker::GetArrayCount(const StructRow& member, std::int64_t& count,
     }
     case kRepeatComputed: {
       std::int64_t value = 0;
-      if (!GetReferencedValue(spec.field_id, value)) return false;
-      const auto computed = EvaluateCount(spec.op, value, spec.value);
+      if (!GetReferencedValue(specifier.field_id, value)) return false;
+      const auto computed = EvaluateCount(specifier.op, value, specifier.value);
       if (!computed) return false;
       count = *computed;
       break;

@@ -99,7 +99,7 @@ TEST(StructWalk, RangeArraysIndexFromTheFirstBound) {
 
 TEST(StructWalk, ComputedCountsApplyEachOperator) {
   struct Case {
-    std::u16string spec;
+    std::u16string specifier;
     std::size_t elements;
   };
   // The count field holds 6.
@@ -108,12 +108,13 @@ TEST(StructWalk, ComputedCountsApplyEachOperator) {
   for (const Case& c : cases) {
     TestDb t = Base();
     t.Field(1, u"n", 8, kFieldU8).Field(2, u"e", 8, kFieldU8);
-    t.Member(kTop, 1).Row(kTop, kMemberField, 2, {}, kRepeatComputed, c.spec);
+    t.Member(kTop, 1).Row(kTop, kMemberField, 2, {}, kRepeatComputed, c.specifier);
     std::vector<std::uint8_t> bytes(20, 1);
     bytes[0] = 6;
     EventParse p(t.db(), 1, bytes);
-    ASSERT_TRUE(p.ok) << std::string(c.spec.begin(), c.spec.end());
-    EXPECT_EQ(p.list.Count(), 1 + c.elements) << std::string(c.spec.begin(), c.spec.end());
+    ASSERT_TRUE(p.ok) << std::string(c.specifier.begin(), c.specifier.end());
+    EXPECT_EQ(p.list.Count(), 1 + c.elements)
+        << std::string(c.specifier.begin(), c.specifier.end());
   }
 }
 
@@ -149,7 +150,7 @@ TEST(StructWalk, NewestOccurrenceOfACountFieldWins) {
 
 TEST(StructWalk, ConditionsApplyEachOperator) {
   struct Case {
-    std::u16string spec;
+    std::u16string specifier;
     bool present;
   };
   // The governing field holds 6.
@@ -163,11 +164,11 @@ TEST(StructWalk, ConditionsApplyEachOperator) {
   for (const Case& c : cases) {
     TestDb t = Base();
     t.Field(1, u"n", 8, kFieldU8).Field(2, u"opt", 8, kFieldU8).Field(3, u"tail", 8, kFieldU8);
-    t.Member(kTop, 1).Row(kTop, kMemberField, 2, {}, kRepeatOptional, c.spec).Member(kTop, 3);
+    t.Member(kTop, 1).Row(kTop, kMemberField, 2, {}, kRepeatOptional, c.specifier).Member(kTop, 3);
     EventParse p(t.db(), 1, {6, 0x11, 0x22});
     ASSERT_TRUE(p.ok);
     const Names want = c.present ? Names{u"n", u"opt", u"tail"} : Names{u"n", u"tail"};
-    EXPECT_EQ(p.Names(), want) << std::string(c.spec.begin(), c.spec.end());
+    EXPECT_EQ(p.Names(), want) << std::string(c.specifier.begin(), c.specifier.end());
     // An absent member reads nothing: the next field takes its place.
     EXPECT_EQ(p.Texts().back(), c.present ? u"34" : u"17");
   }
