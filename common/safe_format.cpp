@@ -32,7 +32,7 @@ enum Flag : unsigned {
 
 enum class Length { kNone, kHH, kH, kL, kLL, kI32, kI64, kLongDouble, kWide };
 
-struct Spec {
+struct ConversionSpec {
   unsigned flags = 0;
   std::uint32_t width = 0;
   int precision = -1;  // -1: none given
@@ -75,12 +75,12 @@ class Output {
     return true;
   }
 
-  bool Emit(const Field& field, const Spec& spec) {
+  bool Emit(const Field& field, const ConversionSpec& cs) {
     const std::size_t length = field.Length();
-    const std::size_t pad = spec.width > length ? spec.width - length : 0;
+    const std::size_t pad = cs.width > length ? cs.width - length : 0;
     if (!Fits(length + pad)) return false;
-    const bool left = (spec.flags & kLeft) != 0;
-    const bool zeros = !left && field.zero_padding && (spec.flags & kZero) != 0;
+    const bool left = (cs.flags & kLeft) != 0;
+    const bool zeros = !left && field.zero_padding && (cs.flags & kZero) != 0;
     std::size_t at = out_.size();
     out_.resize(at + length + pad);
     char16_t* p = out_.data() + at;
@@ -138,20 +138,20 @@ FormatStatus ReadStarArgument(FormatArgumentSource& args, std::int64_t& value) {
 }
 
 FormatStatus ParseSpec(std::u16string_view format, std::size_t& i, FormatArgumentSource& args,
-                       Spec& spec) {
+                       ConversionSpec& cs) {
   const std::size_t n = format.size();
   for (; i < n; ++i) {
     const char16_t c = format[i];
     if (c == u'-') {
-      spec.flags |= kLeft;
+      cs.flags |= kLeft;
     } else if (c == u'+') {
-      spec.flags |= kPlus;
+      cs.flags |= kPlus;
     } else if (c == u' ') {
-      spec.flags |= kSpace;
+      cs.flags |= kSpace;
     } else if (c == u'#') {
-      spec.flags |= kAlternate;
+      cs.flags |= kAlternate;
     } else if (c == u'0') {
-      spec.flags |= kZero;
+      cs.flags |= kZero;
     } else {
       break;
     }
@@ -163,12 +163,12 @@ FormatStatus ParseSpec(std::u16string_view format, std::size_t& i, FormatArgumen
     if (FormatStatus s = ReadStarArgument(args, width); s != FormatStatus::kOk) return s;
     if (width < 0) {
       // A negative width is the '-' flag with the positive width.
-      spec.flags |= kLeft;
+      cs.flags |= kLeft;
       width = -width;
     }
     if (width > kMaxField) return FormatStatus::kInvalidFormat;
-    spec.width = static_cast<std::uint32_t>(width);
-  } else if (!ReadNumber(format, i, spec.width)) {
+    cs.width = static_cast<std::uint32_t>(width);
+  } else if (!ReadNumber(format, i, cs.width)) {
     return FormatStatus::kInvalidFormat;
   }
 
@@ -180,11 +180,11 @@ FormatStatus ParseSpec(std::u16string_view format, std::size_t& i, FormatArgumen
       if (FormatStatus s = ReadStarArgument(args, precision); s != FormatStatus::kOk) return s;
       // A negative precision counts as none.
       if (precision > kMaxField) return FormatStatus::kInvalidFormat;
-      spec.precision = precision < 0 ? -1 : static_cast<int>(precision);
+      cs.precision = precision < 0 ? -1 : static_cast<int>(precision);
     } else {
       std::uint32_t precision = 0;
       if (!ReadNumber(format, i, precision)) return FormatStatus::kInvalidFormat;
-      spec.precision = static_cast<int>(precision);
+      cs.precision = static_cast<int>(precision);
     }
   }
 
@@ -192,40 +192,40 @@ FormatStatus ParseSpec(std::u16string_view format, std::size_t& i, FormatArgumen
     const char16_t c = format[i];
     const auto next_is = [&](std::u16string_view s) { return format.substr(i + 1).starts_with(s); };
     if (c == u'h') {
-      spec.length = next_is(u"h") ? Length::kHH : Length::kH;
-      i += spec.length == Length::kHH ? 2 : 1;
+      cs.length = next_is(u"h") ? Length::kHH : Length::kH;
+      i += cs.length == Length::kHH ? 2 : 1;
     } else if (c == u'l') {
-      spec.length = next_is(u"l") ? Length::kLL : Length::kL;
-      i += spec.length == Length::kLL ? 2 : 1;
+      cs.length = next_is(u"l") ? Length::kLL : Length::kL;
+      i += cs.length == Length::kLL ? 2 : 1;
     } else if (c == u'I') {
       if (next_is(u"32")) {
-        spec.length = Length::kI32;
+        cs.length = Length::kI32;
       } else if (next_is(u"64")) {
-        spec.length = Length::kI64;
+        cs.length = Length::kI64;
       } else {
         // A bare 'I' means pointer size, which differs between builds.
         return FormatStatus::kInvalidFormat;
       }
       i += 3;
     } else if (c == u'L') {
-      spec.length = Length::kLongDouble;
+      cs.length = Length::kLongDouble;
       ++i;
     } else if (c == u'w') {
-      spec.length = Length::kWide;
+      cs.length = Length::kWide;
       ++i;
     }
   }
 
   if (i >= n) return FormatStatus::kInvalidFormat;  // a '%' without conversion
-  spec.conversion = format[i++];
+  cs.conversion = format[i++];
   return FormatStatus::kOk;
 }
 
 // ---- integers --------------------------------------------------------------
 
-FormatStatus ConvertInteger(const Spec& spec, FormatArgumentSource& args, Output& out) {
+FormatStatus ConvertInteger(const ConversionSpec& cs, FormatArgumentSource& args, Output& out) {
   unsigned bits;
-  switch (spec.length) {
+  switch (cs.length) {
     case Length::kNone:
     case Length::kL:
     case Length::kI32:
@@ -250,7 +250,7 @@ FormatStatus ConvertInteger(const Spec& spec, FormatArgumentSource& args, Output
 
   std::uint64_t value = arg->Bits();
   if (bits < 64) value &= (std::uint64_t{1} << bits) - 1;
-  const char16_t conv = spec.conversion;
+  const char16_t conv = cs.conversion;
   const bool is_signed = conv == u'd' || conv == u'i';
   bool negative = false;
   if (is_signed && bits < 64 && (value >> (bits - 1)) != 0) {
@@ -278,7 +278,7 @@ FormatStatus ConvertInteger(const Spec& spec, FormatArgumentSource& args, Output
     for (std::uint64_t v = value; v != 0; v >>= shift) *--p = digit_set[v & (base - 1)];
   }
   // Precision 0 with the value 0 prints no digits at all.
-  const std::size_t precision = spec.precision < 0 ? 1 : static_cast<std::size_t>(spec.precision);
+  const std::size_t precision = cs.precision < 0 ? 1 : static_cast<std::size_t>(cs.precision);
   if (p == end && precision > 0) *--p = '0';
 
   Field field;
@@ -287,12 +287,12 @@ FormatStatus ConvertInteger(const Spec& spec, FormatArgumentSource& args, Output
   if (is_signed) {
     if (negative) {
       field.AddPrefix(u'-');
-    } else if (spec.flags & kPlus) {
+    } else if (cs.flags & kPlus) {
       field.AddPrefix(u'+');
-    } else if (spec.flags & kSpace) {
+    } else if (cs.flags & kSpace) {
       field.AddPrefix(u' ');
     }
-  } else if ((spec.flags & kAlternate) != 0) {
+  } else if ((cs.flags & kAlternate) != 0) {
     if (base == 16 && value != 0) {
       field.AddPrefix(u'0');
       field.AddPrefix(conv);
@@ -302,8 +302,8 @@ FormatStatus ConvertInteger(const Spec& spec, FormatArgumentSource& args, Output
   }
   field.ascii = std::string_view(p, count);
   // With a precision the '0' flag is ignored for integers.
-  field.zero_padding = spec.precision < 0;
-  return out.Emit(field, spec) ? FormatStatus::kOk : FormatStatus::kOverflow;
+  field.zero_padding = cs.precision < 0;
+  return out.Emit(field, cs) ? FormatStatus::kOk : FormatStatus::kOverflow;
 }
 
 // ---- characters and text ---------------------------------------------------
@@ -312,15 +312,15 @@ bool IsWideLength(Length length) {
   return length == Length::kNone || length == Length::kL || length == Length::kWide;
 }
 
-FormatStatus ConvertChar(const Spec& spec, FormatArgumentSource& args, Output& out) {
-  if (!IsWideLength(spec.length) && spec.length != Length::kH) {
+FormatStatus ConvertChar(const ConversionSpec& cs, FormatArgumentSource& args, Output& out) {
+  if (!IsWideLength(cs.length) && cs.length != Length::kH) {
     return FormatStatus::kInvalidFormat;
   }
   const FormatArgument* arg = args.Next();
   if (arg == nullptr) return FormatStatus::kMissingArgument;
   if (!arg->IsInteger()) return FormatStatus::kArgumentMismatch;
   char16_t c;
-  if (spec.length == Length::kH) {
+  if (cs.length == Length::kH) {
     // A narrow character in the ANSI code page.
     const char narrow = static_cast<char>(arg->Bits() & 0xFF);
     const std::u16string wide = platform::AnsiToUtf16(std::string_view(&narrow, 1));
@@ -331,18 +331,18 @@ FormatStatus ConvertChar(const Spec& spec, FormatArgumentSource& args, Output& o
   Field field;
   field.wide = std::u16string_view(&c, 1);
   field.zero_padding = true;
-  return out.Emit(field, spec) ? FormatStatus::kOk : FormatStatus::kOverflow;
+  return out.Emit(field, cs) ? FormatStatus::kOk : FormatStatus::kOverflow;
 }
 
-FormatStatus ConvertText(const Spec& spec, FormatArgumentSource& args, Output& out) {
-  if (!IsWideLength(spec.length) && spec.length != Length::kH) {
+FormatStatus ConvertText(const ConversionSpec& cs, FormatArgumentSource& args, Output& out) {
+  if (!IsWideLength(cs.length) && cs.length != Length::kH) {
     return FormatStatus::kInvalidFormat;
   }
   const FormatArgument* arg = args.Next();
   if (arg == nullptr) return FormatStatus::kMissingArgument;
   if (!arg->IsText()) return FormatStatus::kArgumentMismatch;
   const std::size_t limit =
-      spec.precision < 0 ? std::u16string_view::npos : static_cast<std::size_t>(spec.precision);
+      cs.precision < 0 ? std::u16string_view::npos : static_cast<std::size_t>(cs.precision);
 
   // Texts end at their first NUL, as the C strings they stand for do.
   std::u16string converted;
@@ -361,7 +361,7 @@ FormatStatus ConvertText(const Spec& spec, FormatArgumentSource& args, Output& o
   Field field;
   field.wide = text;
   field.zero_padding = true;
-  return out.Emit(field, spec) ? FormatStatus::kOk : FormatStatus::kOverflow;
+  return out.Emit(field, cs) ? FormatStatus::kOk : FormatStatus::kOverflow;
 }
 
 // ---- floating point --------------------------------------------------------
@@ -408,11 +408,11 @@ void AddPoint(FloatDigits& d, std::size_t& head_length) {
   if (!HasPoint(d, head_length) && head_length < sizeof(d.head)) d.head[head_length++] = '.';
 }
 
-FormatStatus FormatFinite(double magnitude, const Spec& spec, FloatDigits& d, Field& field) {
-  const char16_t conv = spec.conversion;
-  const bool alternate = (spec.flags & kAlternate) != 0;
+FormatStatus FormatFinite(double magnitude, const ConversionSpec& cs, FloatDigits& d, Field& field) {
+  const char16_t conv = cs.conversion;
+  const bool alternate = (cs.flags & kAlternate) != 0;
   const bool upper = conv == u'E' || conv == u'G';
-  const int precision = spec.precision < 0 ? 6 : spec.precision;
+  const int precision = cs.precision < 0 ? 6 : cs.precision;
   std::size_t head = 0;
   std::size_t tail = 0;
   std::size_t extra = 0;
@@ -494,9 +494,9 @@ void FormatNonFinite(double value, bool upper, Field& field, FloatDigits& d) {
   field.zero_padding = false;  // padded with blanks even with '0'
 }
 
-FormatStatus ConvertFloat(const Spec& spec, FormatArgumentSource& args, Output& out) {
-  if (spec.length != Length::kNone && spec.length != Length::kL &&
-      spec.length != Length::kLongDouble) {
+FormatStatus ConvertFloat(const ConversionSpec& cs, FormatArgumentSource& args, Output& out) {
+  if (cs.length != Length::kNone && cs.length != Length::kL &&
+      cs.length != Length::kLongDouble) {
     return FormatStatus::kInvalidFormat;
   }
   const FormatArgument* arg = args.Next();
@@ -507,19 +507,19 @@ FormatStatus ConvertFloat(const Spec& spec, FormatArgumentSource& args, Output& 
   Field field;
   if (std::signbit(value)) {
     field.AddPrefix(u'-');
-  } else if (spec.flags & kPlus) {
+  } else if (cs.flags & kPlus) {
     field.AddPrefix(u'+');
-  } else if (spec.flags & kSpace) {
+  } else if (cs.flags & kSpace) {
     field.AddPrefix(u' ');
   }
   FloatDigits digits;
   if (!std::isfinite(value)) {
-    FormatNonFinite(value, spec.conversion == u'E' || spec.conversion == u'G', field, digits);
-  } else if (FormatStatus s = FormatFinite(std::fabs(value), spec, digits, field);
+    FormatNonFinite(value, cs.conversion == u'E' || cs.conversion == u'G', field, digits);
+  } else if (FormatStatus s = FormatFinite(std::fabs(value), cs, digits, field);
              s != FormatStatus::kOk) {
     return s;
   }
-  return out.Emit(field, spec) ? FormatStatus::kOk : FormatStatus::kOverflow;
+  return out.Emit(field, cs) ? FormatStatus::kOk : FormatStatus::kOverflow;
 }
 
 // ---- one conversion --------------------------------------------------------
@@ -530,26 +530,26 @@ FormatStatus Convert(std::u16string_view format, std::size_t& i, FormatArgumentS
     ++i;
     return out.Literal(u"%") ? FormatStatus::kOk : FormatStatus::kOverflow;
   }
-  Spec spec;
-  if (FormatStatus s = ParseSpec(format, i, args, spec); s != FormatStatus::kOk) return s;
-  switch (spec.conversion) {
+  ConversionSpec cs;
+  if (FormatStatus s = ParseSpec(format, i, args, cs); s != FormatStatus::kOk) return s;
+  switch (cs.conversion) {
     case u'd':
     case u'i':
     case u'u':
     case u'o':
     case u'x':
     case u'X':
-      return ConvertInteger(spec, args, out);
+      return ConvertInteger(cs, args, out);
     case u'c':
-      return ConvertChar(spec, args, out);
+      return ConvertChar(cs, args, out);
     case u's':
-      return ConvertText(spec, args, out);
+      return ConvertText(cs, args, out);
     case u'f':
     case u'e':
     case u'E':
     case u'g':
     case u'G':
-      return ConvertFloat(spec, args, out);
+      return ConvertFloat(cs, args, out);
     default:
       // %n and %p among them: they would write to or reveal memory.
       return FormatStatus::kInvalidFormat;

@@ -77,13 +77,13 @@ class Merger {
 
   void MergeFormatSpecifiers() {
     const std::u16string_view display = kFormatSpecifierTable.display;
-    for (const auto& [id, spec] : user_.formats) {
+    for (const auto& [id, fmt_spec] : user_.formats) {
       const auto next = NextId(main_.formats);
       if (!next) {
         Error(u"DB Merge [%s] Error copying format specifier '%u'", {display, id});
         continue;
       }
-      FormatSpecifierRecord copy = spec;
+      FormatSpecifierRecord copy = fmt_spec;
       copy.id = *next;
       main_.formats.emplace(*next, std::move(copy));
       formats_[id] = *next;

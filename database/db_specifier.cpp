@@ -48,61 +48,61 @@ bool FindOp(const std::array<std::u16string_view, N>& ops, std::u16string_view t
 }  // namespace
 
 RowSpecifier ParseRowSpecifier(std::int32_t repetition, std::u16string_view text) {
-  RowSpecifier spec;
+  RowSpecifier row_spec;
   switch (repetition) {
     case kRepeatFixed:
-      spec.count = db::ToU32(text, 0);
-      spec.valid = !text.empty();
+      row_spec.count = db::ToU32(text, 0);
+      row_spec.valid = !text.empty();
       break;
     case kRepeatCountField:
-      spec.field_id = db::ToU32(text, 0);
-      spec.valid = !text.empty();
+      row_spec.field_id = db::ToU32(text, 0);
+      row_spec.valid = !text.empty();
       break;
     case kRepeatRange: {
       const auto tokens = SplitBlanks(text);
-      spec.valid = tokens.size() == 2 && db::ToU32Token(tokens[0], 0, spec.field_id) &&
-                   db::ToU32Token(tokens[1], 0, spec.field_id2);
+      row_spec.valid = tokens.size() == 2 && db::ToU32Token(tokens[0], 0, row_spec.field_id) &&
+                   db::ToU32Token(tokens[1], 0, row_spec.field_id2);
       break;
     }
     case kRepeatOptional:
     case kRepeatComputed: {
       const auto tokens = SplitBlanks(text);
       if (tokens.size() != 3) break;
-      if (!db::ToU32Token(tokens[0], 10, spec.field_id)) break;
+      if (!db::ToU32Token(tokens[0], 10, row_spec.field_id)) break;
       const std::u16string_view op = TrimSpace(tokens[1]);
-      const bool op_ok = repetition == kRepeatOptional ? FindOp(kConditionOps, op, spec.op)
-                                                       : FindOp(kCountOps, op, spec.op);
-      if (!op_ok || !db::ToI64Token(tokens[2], spec.value)) break;
-      spec.op_text.assign(op);
-      spec.value_text.assign(tokens[2]);
-      spec.valid = true;
+      const bool op_ok = repetition == kRepeatOptional ? FindOp(kConditionOps, op, row_spec.op)
+                                                       : FindOp(kCountOps, op, row_spec.op);
+      if (!op_ok || !db::ToI64Token(tokens[2], row_spec.value)) break;
+      row_spec.op_text.assign(op);
+      row_spec.value_text.assign(tokens[2]);
+      row_spec.valid = true;
       break;
     }
     default:
-      spec.valid = true;
+      row_spec.valid = true;
       break;
   }
-  return spec;
+  return row_spec;
 }
 
-std::u16string FormatRowSpecifier(std::int32_t repetition, const RowSpecifier& spec) {
+std::u16string FormatRowSpecifier(std::int32_t repetition, const RowSpecifier& row_spec) {
   std::u16string out;
   switch (repetition) {
     case kRepeatCountField:
-      db::AppendUnsigned(out, spec.field_id);
+      db::AppendUnsigned(out, row_spec.field_id);
       break;
     case kRepeatRange:
-      db::AppendUnsigned(out, spec.field_id);
+      db::AppendUnsigned(out, row_spec.field_id);
       out.push_back(u' ');
-      db::AppendUnsigned(out, spec.field_id2);
+      db::AppendUnsigned(out, row_spec.field_id2);
       break;
     case kRepeatOptional:
     case kRepeatComputed:
-      db::AppendUnsigned(out, spec.field_id);
+      db::AppendUnsigned(out, row_spec.field_id);
       out.push_back(u' ');
-      out += spec.op_text;
+      out += row_spec.op_text;
       out.push_back(u' ');
-      out += spec.value_text;
+      out += row_spec.value_text;
       break;
     default:
       break;

@@ -41,7 +41,7 @@ RowSpecifier ParseRowSpecifier(std::int32_t repetition, std::u16string_view text
 
 // Writes a specifier back with its field IDs replaced (used when a merge
 // renumbers fields); the operator and constant keep their written form.
-std::u16string FormatRowSpecifier(std::int32_t repetition, const RowSpecifier& spec);
+std::u16string FormatRowSpecifier(std::int32_t repetition, const RowSpecifier& row_spec);
 
 // Compares the field value (left) with the constant (right) as signed 64-bit
 // numbers. "%" is true when the value is a multiple of the constant and "!%"

@@ -17,7 +17,7 @@ bool Seen(const StructCheckState& s, std::uint32_t id) { return s.seen.count(id)
 
 // Reports a specifier problem; returns false (the check fails).
 bool CheckSpecifier(const StructRow& row, const StructCheckState& state, DbMessageSink& sink) {
-  const RowSpecifier& spec = row.parsed;
+  const RowSpecifier& row_spec = row.parsed;
   const std::uint32_t sid = row.struct_id;
   switch (row.repetition) {
     case kRepeatCountField:
@@ -25,9 +25,9 @@ bool CheckSpecifier(const StructRow& row, const StructCheckState& state, DbMessa
         Report(sink, 2, u"DB [%s] Missing array specifier, struct ID %u", {kStruct, sid});
         return false;
       }
-      if (!Seen(state, spec.field_id)) {
+      if (!Seen(state, row_spec.field_id)) {
         Report(sink, 2, u"DB [%s] Invalid array specifier, struct ID %u, ID %u",
-               {kStruct, sid, spec.field_id});
+               {kStruct, sid, row_spec.field_id});
         return false;
       }
       return true;
@@ -36,14 +36,14 @@ bool CheckSpecifier(const StructRow& row, const StructCheckState& state, DbMessa
         Report(sink, 2, u"DB [%s] Missing array specifier, struct ID %u", {kStruct, sid});
         return false;
       }
-      if (!spec.valid) {
+      if (!row_spec.valid) {
         Report(sink, 2, u"DB [%s] Invalid array specifier, struct ID %u, %s",
                {kStruct, sid, row.specifier});
         return false;
       }
-      if (!Seen(state, spec.field_id) || !Seen(state, spec.field_id2)) {
+      if (!Seen(state, row_spec.field_id) || !Seen(state, row_spec.field_id2)) {
         Report(sink, 2, u"DB [%s] Invalid array specifier, struct ID %u, IDs %u %u",
-               {kStruct, sid, spec.field_id, spec.field_id2});
+               {kStruct, sid, row_spec.field_id, row_spec.field_id2});
         return false;
       }
       return true;
@@ -52,14 +52,14 @@ bool CheckSpecifier(const StructRow& row, const StructCheckState& state, DbMessa
         Report(sink, 2, u"DB [%s] Missing optional specifier, struct ID %u", {kStruct, sid});
         return false;
       }
-      if (!spec.valid) {
+      if (!row_spec.valid) {
         Report(sink, 2, u"DB [%s] Invalid optional specifier, struct ID %u, %s",
                {kStruct, sid, row.specifier});
         return false;
       }
-      if (!Seen(state, spec.field_id)) {
+      if (!Seen(state, row_spec.field_id)) {
         Report(sink, 2, u"DB [%s] Invalid optional specifier, struct ID %u, unknown field ID %u/%s",
-               {kStruct, sid, spec.field_id, row.specifier});
+               {kStruct, sid, row_spec.field_id, row.specifier});
         return false;
       }
       return true;
@@ -68,14 +68,14 @@ bool CheckSpecifier(const StructRow& row, const StructCheckState& state, DbMessa
         Report(sink, 2, u"DB [%s] Missing array specifier, struct ID %u", {kStruct, sid});
         return false;
       }
-      if (!spec.valid) {
+      if (!row_spec.valid) {
         Report(sink, 2, u"DB [%s] Invalid array specifier, struct ID %u, %s",
                {kStruct, sid, row.specifier});
         return false;
       }
-      if (!Seen(state, spec.field_id)) {
+      if (!Seen(state, row_spec.field_id)) {
         Report(sink, 2, u"DB [%s] Invalid array specifier, struct ID %u, unknown field ID %u/%s",
-               {kStruct, sid, spec.field_id, row.specifier});
+               {kStruct, sid, row_spec.field_id, row.specifier});
         return false;
       }
       return true;

@@ -57,10 +57,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (db::ParseUserItemColorLine(line, color)) Check(color.color <= 0xFFFFFF);
   // Specifier texts of every repetition kind.
   for (std::int32_t kind = 0; kind <= 7; ++kind) {
-    const RowSpecifier spec = ParseRowSpecifier(kind, line);
-    if (spec.valid && (kind == kRepeatOptional || kind == kRepeatComputed)) {
-      EvaluateCondition(spec.op, spec.value, spec.value);
-      EvaluateCount(spec.op, spec.value, spec.value);
+    const RowSpecifier row_spec = ParseRowSpecifier(kind, line);
+    if (row_spec.valid && (kind == kRepeatOptional || kind == kRepeatComputed)) {
+      EvaluateCondition(row_spec.op, row_spec.value, row_spec.value);
+      EvaluateCount(row_spec.op, row_spec.value, row_spec.value);
     }
   }
   return 0;
