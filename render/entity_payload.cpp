@@ -1,5 +1,6 @@
 #include "render/entity_payload.h"
 
+#include "items/event_record.h"
 #include "items/payload_reader.h"
 
 namespace quillon {
@@ -16,10 +17,6 @@ constexpr std::uint32_t kSubsysDelayedCommand = 0x80;
 // Response counts of a delayed response that mean "the immediate
 // response" (0) and "the immediate response, more follow" (bit 15 alone).
 constexpr std::uint16_t kMoreResponsesFlag = 0x8000;
-
-// Event report envelope (see the EVENT item class).
-constexpr std::size_t kEventIdWordOffset = 3;
-constexpr std::size_t kEventTimeOffset = 5;
 
 EntityPayload Part(std::vector<std::uint32_t> keys, const PayloadReader& bytes, std::size_t offset,
                    std::size_t length) {
@@ -54,21 +51,9 @@ EntityPayload DiagPayload(const ItemRecord& item, const PayloadReader& bytes) {
 }
 
 EntityPayload EventPayload(const PayloadReader& bytes) {
-  const auto id_word = bytes.U16(kEventIdWordOffset);
-  if (!id_word) return {};
-  const std::uint32_t event_id = *id_word & 0x0FFFu;
-  const std::uint32_t length_code = (*id_word >> 13) & 3u;
-  const bool truncated_time = (*id_word & 0x8000u) != 0;
-  std::size_t offset = kEventTimeOffset + (truncated_time ? 2 : 8);
-  std::size_t length = length_code;
-  if (length_code == 3) {
-    const auto length_byte = bytes.U8(offset);
-    if (!length_byte) return {};
-    length = *length_byte;
-    ++offset;
-  }
-  if (!bytes.Has(offset, length)) return {};
-  return Part({4, event_id}, bytes, offset, length);
+  const EventRecord record = ParseEventRecord(bytes.Bytes());
+  if (!record.parsed) return {};
+  return Part({4, record.event_id}, bytes, record.payload_offset, record.payload_length);
 }
 
 std::vector<std::uint32_t> SubsysKeys(std::uint32_t family, const ItemRecord& item) {

@@ -28,23 +28,11 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 
 #include "common/item_record.h"
+#include "items/event_record.h"
 
 namespace quillon {
-
-struct EventRecord {
-  bool parsed = false;  // the whole record lies inside the payload
-  std::uint32_t event_id = 0;
-  bool truncated_time = false;
-  std::uint64_t time = 0;            // the full time, or the 16-bit truncated one
-  std::uint32_t payload_offset = 0;  // from the start of the item payload
-  std::uint32_t payload_length = 0;
-};
-
-// Parses the event record of an EVENT item's payload.
-EventRecord ParseEventRecord(std::span<const std::uint8_t> payload);
 
 class EventItem final : public ItemRecord {
  public:
