@@ -1,5 +1,7 @@
 #include "database/db_columns.h"
 
+#include "common/number_text.h"
+
 namespace quillon::db {
 
 Columns::Columns(std::u16string_view line) {
@@ -181,35 +183,12 @@ void ParseList(std::u16string_view column, std::vector<std::uint32_t>& out) {
   }
 }
 
-void AppendUnsigned(std::u16string& out, std::uint32_t value) {
-  char16_t digits[10];
-  int n = 0;
-  do {
-    digits[n++] = static_cast<char16_t>(u'0' + value % 10);
-    value /= 10;
-  } while (value != 0);
-  while (n > 0) out.push_back(digits[--n]);
-}
+void AppendUnsigned(std::u16string& out, std::uint32_t value) { AppendDecimal(out, value); }
 
-void AppendSigned(std::u16string& out, std::int32_t value) {
-  if (value < 0) {
-    out.push_back(u'-');
-    AppendUnsigned(out, 0u - static_cast<std::uint32_t>(value));
-  } else {
-    AppendUnsigned(out, static_cast<std::uint32_t>(value));
-  }
-}
+void AppendSigned(std::u16string& out, std::int32_t value) { AppendSignedDecimal(out, value); }
 
 void AppendHex(std::u16string& out, std::uint32_t value, int min_digits) {
-  static constexpr char16_t kHex[] = u"0123456789ABCDEF";
-  char16_t digits[8];
-  int n = 0;
-  do {
-    digits[n++] = kHex[value & 0xF];
-    value >>= 4;
-  } while (value != 0);
-  for (int pad = n; pad < min_digits; ++pad) out.push_back(u'0');
-  while (n > 0) out.push_back(digits[--n]);
+  AppendHexDigits(out, value, min_digits);
 }
 
 void AppendQuoted(std::u16string& out, std::u16string_view text) {

@@ -7,7 +7,7 @@
 #include "common/safe_format.h"
 #include "common/text.h"
 #include "database/database.h"
-#include "render/number_text.h"
+#include "common/number_text.h"
 
 namespace quillon {
 

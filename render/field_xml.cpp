@@ -1,6 +1,6 @@
 #include "render/field_xml.h"
 
-#include "render/number_text.h"
+#include "common/number_text.h"
 #include "render/parsed_field_list.h"
 
 namespace quillon {

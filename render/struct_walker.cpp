@@ -7,7 +7,7 @@
 #include "database/database.h"
 #include "database/db_specifier.h"
 #include "render/bit_reader.h"
-#include "render/number_text.h"
+#include "common/number_text.h"
 
 namespace quillon {
 

@@ -29,9 +29,9 @@ inline void AppendSignedDecimal(std::u16string& out, std::int64_t value) {
   }
 }
 
-// "0x%0<min_digits>X": upper-case hexadecimal with at least `min_digits`
-// digits (1 gives plain "0x%X").
-inline void AppendHexPrefixed(std::u16string& out, std::uint64_t value, int min_digits) {
+// "%0<min_digits>X": upper-case hexadecimal with at least `min_digits`
+// digits (1 gives plain "%X").
+inline void AppendHexDigits(std::u16string& out, std::uint64_t value, int min_digits) {
   static constexpr char16_t kDigits[] = u"0123456789ABCDEF";
   char16_t digits[16];
   int n = 0;
@@ -39,10 +39,15 @@ inline void AppendHexPrefixed(std::u16string& out, std::uint64_t value, int min_
     digits[n++] = kDigits[value & 0xF];
     value >>= 4;
   } while (value != 0);
-  out.push_back(u'0');
-  out.push_back(u'x');
   for (int pad = n; pad < min_digits; ++pad) out.push_back(u'0');
   while (n > 0) out.push_back(digits[--n]);
+}
+
+// "0x%0<min_digits>X".
+inline void AppendHexPrefixed(std::u16string& out, std::uint64_t value, int min_digits) {
+  out.push_back(u'0');
+  out.push_back(u'x');
+  AppendHexDigits(out, value, min_digits);
 }
 
 }  // namespace quillon
