@@ -22,7 +22,9 @@ ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 run_ctest "$root/bu
 echo "== Windows cross build and tests under Wine"
 "$root/scripts/build.sh" windows
 export WINEPREFIX="$root/build/windows/wineprefix" WINEDEBUG=-all
-[ -d "$WINEPREFIX" ] || wine wineboot -i >/dev/null 2>&1
+wineserver -k 2>/dev/null || true   # a server left over from an earlier run
+[ -f "$WINEPREFIX/system.reg" ] || wine wineboot -i >/dev/null 2>&1
+wineserver -w                      # let the boot's server finish, then keep one alive
 wineserver -p
 trap 'wineserver -k || true' EXIT
 run_ctest "$root/build/windows"
