@@ -7,6 +7,9 @@
 int main(int argc, char** argv) {
   CLI::App app{"quillon: read, write and render item store files (.isf)"};
   app.require_subcommand(1);
+  // Arguments such as "/data/x.isf" are paths, never "/option" switches,
+  // on every platform (subcommands inherit this).
+  app.allow_windows_style_options(false);
   quillon::cli::AddDumpCommand(app);
   quillon::cli::AddInfoCommand(app);
   quillon::cli::AddSampleCommand(app);

@@ -8,7 +8,7 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 export CCACHE_BASEDIR=$root
 
 run_ctest() {  # build dir
-  ctest --test-dir "$1" --output-on-failure -j "$(nproc)"
+  ctest --test-dir "$1" --output-on-failure --timeout 600 -j "$(nproc)"
 }
 
 echo "== native build and tests"
@@ -26,5 +26,8 @@ wineserver -k 2>/dev/null || true   # a server left over from an earlier run
 [ -f "$WINEPREFIX/system.reg" ] || wine wineboot -i >/dev/null 2>&1
 wineserver -w                      # let the boot's server finish, then keep one alive
 wineserver -p
+# Start the prefix's services now, outside ctest: a service started by the
+# first test would inherit ctest's output pipe and keep it open for ever.
+wine cmd /c exit 0 >/dev/null 2>&1 </dev/null
 trap 'wineserver -k || true' EXIT
 run_ctest "$root/build/windows"
