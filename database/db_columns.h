@@ -71,4 +71,50 @@ void AppendQuoted(std::u16string& out, std::u16string_view text);
 void AppendQuotedList(std::u16string& out, const std::vector<std::uint32_t>& values);
 void AppendQuotedList(std::u16string& out, const std::vector<std::int32_t>& values);
 
+// Writes the columns of one line in order, '^' between them (none before
+// the first), onto whatever `out` already holds.
+class ColumnWriter {
+ public:
+  explicit ColumnWriter(std::u16string& out) : out_(out) {}
+
+  ColumnWriter& Unsigned(std::uint32_t value) {
+    Next();
+    AppendUnsigned(out_, value);
+    return *this;
+  }
+  ColumnWriter& Signed(std::int32_t value) {
+    Next();
+    AppendSigned(out_, value);
+    return *this;
+  }
+  ColumnWriter& Flag(bool value) { return Unsigned(value ? 1 : 0); }
+  // "0x" and at least `min_digits` upper-case hexadecimal digits.
+  ColumnWriter& Hex(std::uint32_t value, int min_digits) {
+    Next();
+    out_ += u"0x";
+    AppendHex(out_, value, min_digits);
+    return *this;
+  }
+  ColumnWriter& Quoted(std::u16string_view text) {
+    Next();
+    AppendQuoted(out_, text);
+    return *this;
+  }
+  template <typename T>
+  ColumnWriter& QuotedList(const std::vector<T>& values) {
+    Next();
+    AppendQuotedList(out_, values);
+    return *this;
+  }
+
+ private:
+  void Next() {
+    if (started_) out_ += u'^';
+    started_ = true;
+  }
+
+  std::u16string& out_;
+  bool started_ = false;
+};
+
 }  // namespace quillon::db

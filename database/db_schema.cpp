@@ -36,8 +36,6 @@ constexpr std::array<TableName, kDbItemTableCount> kCategoryTables = {{
     {u"DisplayCategory.txt", u"Display Category"},
 }};
 
-constexpr char16_t kSep = u'^';
-
 std::uint32_t U32(std::u16string_view c) { return ToU32(c, 10); }
 std::int32_t I32(std::u16string_view c) { return ToI32(c, 10); }
 bool Bool(std::u16string_view c) { return ToU32(c, 10) != 0; }
@@ -137,21 +135,15 @@ bool ParseFieldLine(std::u16string_view line, FieldRecord& r) {
 
 bool FormatFieldLine(const FieldRecord& r, std::u16string& out) {
   if (!CheckField(r)) return false;
-  AppendUnsigned(out, r.id);
-  out += kSep;
-  AppendQuoted(out, r.name);
-  out += kSep;
-  AppendUnsigned(out, r.bit_size);
-  out += kSep;
-  AppendSigned(out, r.kind);
-  out += kSep;
-  AppendUnsigned(out, r.type);
-  out += kSep;
-  AppendUnsigned(out, r.hexadecimal ? 1 : 0);
-  out += kSep;
-  AppendSigned(out, r.description_id);
-  out += kSep;
-  AppendUnsigned(out, r.proprietary ? 1 : 0);
+  ColumnWriter(out)
+      .Unsigned(r.id)
+      .Quoted(r.name)
+      .Unsigned(r.bit_size)
+      .Signed(r.kind)
+      .Unsigned(r.type)
+      .Flag(r.hexadecimal)
+      .Signed(r.description_id)
+      .Flag(r.proprietary);
   return true;
 }
 
@@ -194,21 +186,15 @@ bool ParseStructLine(std::u16string_view line, StructRow& r) {
 
 bool FormatStructLine(const StructRow& r, std::u16string& out) {
   if (!CheckStructRow(r)) return false;
-  AppendUnsigned(out, r.struct_id);
-  out += kSep;
-  AppendUnsigned(out, r.index);
-  out += kSep;
-  AppendSigned(out, r.member_kind);
-  out += kSep;
-  AppendUnsigned(out, r.reference);
-  out += kSep;
-  AppendQuoted(out, r.label);
-  out += kSep;
-  AppendSigned(out, r.bit_offset);
-  out += kSep;
-  AppendSigned(out, r.repetition);
-  out += kSep;
-  AppendQuoted(out, r.specifier);
+  ColumnWriter(out)
+      .Unsigned(r.struct_id)
+      .Unsigned(r.index)
+      .Signed(r.member_kind)
+      .Unsigned(r.reference)
+      .Quoted(r.label)
+      .Signed(r.bit_offset)
+      .Signed(r.repetition)
+      .Quoted(r.specifier);
   return true;
 }
 
@@ -235,17 +221,13 @@ bool ParseDiagLine(std::u16string_view line, DiagEntity& r) {
 
 bool FormatDiagLine(const DiagEntity& r, std::u16string& out) {
   if (!CheckDiagEntity(r)) return false;
-  AppendSigned(out, r.EntityType());
-  out += kSep;
-  AppendQuotedList(out, std::vector<std::uint32_t>(r.codes.begin() + 1, r.codes.end()));
-  out += kSep;
-  AppendQuoted(out, r.name);
-  out += kSep;
-  AppendSigned(out, r.struct_id);
-  out += kSep;
-  AppendSigned(out, r.format_id);
-  out += kSep;
-  AppendUnsigned(out, r.flag ? 1 : 0);
+  ColumnWriter(out)
+      .Signed(r.EntityType())
+      .QuotedList(std::vector<std::uint32_t>(r.codes.begin() + 1, r.codes.end()))
+      .Quoted(r.name)
+      .Signed(r.struct_id)
+      .Signed(r.format_id)
+      .Flag(r.flag);
   return true;
 }
 
@@ -263,11 +245,7 @@ bool ParseFormatSpecifierLine(std::u16string_view line, FormatSpecifierRecord& r
 
 bool FormatFormatSpecifierLine(const FormatSpecifierRecord& r, std::u16string& out) {
   if (!CheckFormatSpecifier(r)) return false;
-  AppendUnsigned(out, r.id);
-  out += kSep;
-  AppendQuoted(out, r.format);
-  out += kSep;
-  AppendQuoted(out, r.field_names);
+  ColumnWriter(out).Unsigned(r.id).Quoted(r.format).Quoted(r.field_names);
   return true;
 }
 
@@ -287,13 +265,7 @@ bool ParseEnumLine(std::u16string_view line, EnumRecord& r) {
 
 bool FormatEnumLine(const EnumRecord& r, std::u16string& out) {
   if (!CheckEnum(r)) return false;
-  AppendUnsigned(out, r.id);
-  out += kSep;
-  AppendQuoted(out, r.name);
-  out += kSep;
-  AppendSigned(out, r.description_id);
-  out += kSep;
-  AppendUnsigned(out, r.flag ? 1 : 0);
+  ColumnWriter(out).Unsigned(r.id).Quoted(r.name).Signed(r.description_id).Flag(r.flag);
   return true;
 }
 
@@ -319,18 +291,14 @@ bool ParseEnumEntryLine(std::u16string_view line, EnumEntryRecord& r) {
 
 bool FormatEnumEntryLine(const EnumEntryRecord& r, std::u16string& out) {
   if (!CheckEnumEntry(r)) return false;
-  AppendUnsigned(out, r.enum_id);
-  out += kSep;
+  ColumnWriter line(out);
+  line.Unsigned(r.enum_id);
   if (r.hexadecimal) {
-    out += u"0x";
-    AppendHex(out, static_cast<std::uint32_t>(r.value), 1);
+    line.Hex(static_cast<std::uint32_t>(r.value), 1);
   } else {
-    AppendSigned(out, r.value);
+    line.Signed(r.value);
   }
-  out += kSep;
-  AppendQuoted(out, r.name);
-  out += kSep;
-  AppendSigned(out, r.description_id);
+  line.Quoted(r.name).Signed(r.description_id);
   return true;
 }
 
@@ -348,9 +316,7 @@ bool ParseDescriptionLine(std::u16string_view line, DescriptionRecord& r) {
 
 bool FormatDescriptionLine(const DescriptionRecord& r, std::u16string& out) {
   if (!CheckDescription(r)) return false;
-  AppendUnsigned(out, r.id);
-  out += kSep;
-  AppendQuoted(out, r.text);
+  ColumnWriter(out).Unsigned(r.id).Quoted(r.text);
   return true;
 }
 
@@ -372,13 +338,7 @@ bool ParseCategoryLine(std::u16string_view line, CategoryRecord& r) {
 
 bool FormatCategoryLine(const CategoryRecord& r, std::u16string& out) {
   if (!CheckCategory(r)) return false;
-  AppendUnsigned(out, r.id);
-  out += kSep;
-  AppendQuoted(out, r.name);
-  out += kSep;
-  AppendSigned(out, r.description_id);
-  out += kSep;
-  AppendSigned(out, r.parent_id);
+  ColumnWriter(out).Unsigned(r.id).Quoted(r.name).Signed(r.description_id).Signed(r.parent_id);
   return true;
 }
 
@@ -450,53 +410,32 @@ bool FormatItemLine(DbItemTable table, const ItemEntry& r, std::u16string& out) 
   switch (table) {
     case DbItemTable::kDiagRequest:
     case DbItemTable::kDiagResponse:
-      AppendUnsigned(out, r.first);
-      out += kSep;
-      AppendQuoted(out, r.name);
-      out += kSep;
-      AppendQuotedList(out, r.categories);
+      ColumnWriter(out).Unsigned(r.first).Quoted(r.name).QuotedList(r.categories);
       break;
     case DbItemTable::kSubsysRequest:
     case DbItemTable::kSubsysResponse:
     case DbItemTable::kMessage:
-      AppendUnsigned(out, r.first);
-      out += kSep;
-      AppendUnsigned(out, r.second);
-      out += kSep;
-      AppendQuoted(out, r.name);
-      out += kSep;
-      AppendQuotedList(out, r.categories);
+      ColumnWriter(out).Unsigned(r.first).Unsigned(r.second).Quoted(r.name).QuotedList(
+          r.categories);
       break;
     case DbItemTable::kEvent:
     case DbItemTable::kNv:
     case DbItemTable::kDisplay:
-      AppendUnsigned(out, r.first);
-      out += kSep;
-      AppendQuoted(out, r.name);
-      out += kSep;
-      AppendQuotedList(out, r.categories);
-      out += kSep;
-      AppendSigned(out, r.description_id);
+      ColumnWriter(out)
+          .Unsigned(r.first)
+          .Quoted(r.name)
+          .QuotedList(r.categories)
+          .Signed(r.description_id);
       break;
     case DbItemTable::kLog:
-      out += u"0x";
-      AppendHex(out, r.first, 4);
-      out += kSep;
-      AppendQuoted(out, r.name);
-      out += kSep;
-      AppendQuotedList(out, r.categories);
-      out += kSep;
-      AppendUnsigned(out, r.flag ? 1 : 0);
+      ColumnWriter(out).Hex(r.first, 4).Quoted(r.name).QuotedList(r.categories).Flag(r.flag);
       break;
     case DbItemTable::kOta:
-      out += u"0x";
-      AppendHex(out, r.first, 4);
-      out += kSep;
-      AppendQuotedList(out, r.ota_codes);
-      out += kSep;
-      AppendQuoted(out, r.name);
-      out += kSep;
-      AppendQuotedList(out, r.categories);
+      ColumnWriter(out)
+          .Hex(r.first, 4)
+          .QuotedList(r.ota_codes)
+          .Quoted(r.name)
+          .QuotedList(r.categories);
       break;
   }
   return true;
