@@ -33,10 +33,14 @@ class FileMapping {
   // Maps `length` bytes starting at `offset`, which must be a multiple of
   // AllocationGranularity() (87 otherwise). The range must lie inside the
   // file as it was when the mapping was created.
-  std::uint32_t Map(std::uint64_t offset, std::size_t length,
-                    MappedView& view) const;
+  std::uint32_t Map(std::uint64_t offset, std::size_t length, MappedView& view) const;
 
  private:
+  // The checks every platform makes before mapping, so that all of them
+  // refuse the same requests with the same code; a zero length becomes
+  // "to the end of the file".
+  std::uint32_t CheckViewRange(std::uint64_t offset, std::size_t& length) const;
+
   std::intptr_t handle_ = -1;  // mapping handle on Windows, dup'd fd on POSIX
   std::uint64_t size_ = 0;
 };
@@ -59,6 +63,12 @@ class MappedView {
 
  private:
   friend class FileMapping;
+  void Attach(const std::uint8_t* data, std::size_t size, std::uint64_t offset) {
+    data_ = data;
+    size_ = size;
+    offset_ = offset;
+  }
+
   const std::uint8_t* data_ = nullptr;
   std::size_t size_ = 0;
   std::uint64_t offset_ = 0;

@@ -30,19 +30,6 @@ bool RangeValid(std::uint64_t offset, std::size_t length) {
 
 }  // namespace
 
-File::~File() { Close(); }
-
-File::File(File&& other) noexcept : handle_(other.handle_) { other.handle_ = -1; }
-
-File& File::operator=(File&& other) noexcept {
-  if (this != &other) {
-    Close();
-    handle_ = other.handle_;
-    other.handle_ = -1;
-  }
-  return *this;
-}
-
 std::uint32_t File::Open(std::u16string_view path, FileAccess access, FileDisposition disposition,
                          FileCaching caching) {
   Close();

@@ -22,25 +22,6 @@ std::uint32_t AllocationGranularity() {
   return granularity;
 }
 
-FileMapping::~FileMapping() { Close(); }
-
-FileMapping::FileMapping(FileMapping&& other) noexcept
-    : handle_(other.handle_), size_(other.size_) {
-  other.handle_ = -1;
-  other.size_ = 0;
-}
-
-FileMapping& FileMapping::operator=(FileMapping&& other) noexcept {
-  if (this != &other) {
-    Close();
-    handle_ = other.handle_;
-    size_ = other.size_;
-    other.handle_ = -1;
-    other.size_ = 0;
-  }
-  return *this;
-}
-
 std::uint32_t FileMapping::Create(const File& file) {
   Close();
   if (!file.IsOpen()) return error::kInvalidHandle;
@@ -66,40 +47,13 @@ void FileMapping::Close() {
 
 std::uint32_t FileMapping::Map(std::uint64_t offset, std::size_t length, MappedView& view) const {
   view.Unmap();
-  if (!IsOpen()) return error::kInvalidHandle;
-  if (offset % AllocationGranularity() != 0 || offset >= size_) return error::kInvalidParameter;
-  if (length == 0) length = static_cast<std::size_t>(size_ - offset);  // to the end, as Windows
-  if (length > size_ - offset) return error::kInvalidParameter;
+  if (const std::uint32_t rc = CheckViewRange(offset, length); rc != error::kSuccess) return rc;
 
   void* data = ::mmap(nullptr, length, PROT_READ, MAP_SHARED, static_cast<int>(handle_),
                       static_cast<off_t>(offset));
   if (data == MAP_FAILED) return posix::WindowsError(errno);
-  view.data_ = static_cast<const std::uint8_t*>(data);
-  view.size_ = length;
-  view.offset_ = offset;
+  view.Attach(static_cast<const std::uint8_t*>(data), length, offset);
   return error::kSuccess;
-}
-
-MappedView::~MappedView() { Unmap(); }
-
-MappedView::MappedView(MappedView&& other) noexcept
-    : data_(other.data_), size_(other.size_), offset_(other.offset_) {
-  other.data_ = nullptr;
-  other.size_ = 0;
-  other.offset_ = 0;
-}
-
-MappedView& MappedView::operator=(MappedView&& other) noexcept {
-  if (this != &other) {
-    Unmap();
-    data_ = other.data_;
-    size_ = other.size_;
-    offset_ = other.offset_;
-    other.data_ = nullptr;
-    other.size_ = 0;
-    other.offset_ = 0;
-  }
-  return *this;
 }
 
 void MappedView::Unmap() {

@@ -32,19 +32,6 @@ OVERLAPPED At(std::uint64_t offset) {
 
 }  // namespace
 
-File::~File() { Close(); }
-
-File::File(File&& other) noexcept : handle_(other.handle_) { other.handle_ = -1; }
-
-File& File::operator=(File&& other) noexcept {
-  if (this != &other) {
-    Close();
-    handle_ = other.handle_;
-    other.handle_ = -1;
-  }
-  return *this;
-}
-
 std::uint32_t File::Open(std::u16string_view path, FileAccess access, FileDisposition disposition,
                          FileCaching caching) {
   Close();
