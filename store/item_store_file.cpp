@@ -60,6 +60,7 @@ void ItemStoreFile::Reset() {
   saved_write_time_.reset();
   blocks_.clear();
   items_in_last_block_ = 0;
+  append_end_ = 0;
 }
 
 std::uint64_t ItemStoreFile::FileSize() const {
@@ -260,6 +261,7 @@ void ItemStoreFile::Close() {
 
 void ItemStoreFile::WriteTrailer() {
   if (read_only_ || !IsOpen()) return;
+  append_end_ = 0;
   const std::uint64_t end = FileSize();
   std::array<std::uint8_t, kTrailerSize> trailer{};
   StoreU32(&trailer[8], count_);
@@ -341,6 +343,7 @@ RecordExtent ItemStoreFile::GetRecordExtent(std::uint32_t index) {
 
 void ItemStoreFile::StartBlock(const ItemRecord& first_item) {
   if (read_only_) Throw(mis::kNotSupported);
+  append_end_ = 0;
   const std::uint64_t base_ms = first_item.Timestamp().ToMilliseconds();
   // A last block without entries (a capture that stopped right after starting
   // it) is reused rather than followed by another block.
@@ -371,7 +374,7 @@ void ItemStoreFile::StartBlock(const ItemRecord& first_item) {
 std::uint32_t ItemStoreFile::AppendItem(const ItemRecord* item) {
   if (read_only_) Throw(mis::kNotSupported);
   if (item == nullptr || !item->IsValid()) Throw(mis::kBadArguments);
-  std::uint64_t position = FileSize();
+  std::uint64_t position = append_end_ != 0 ? append_end_ : FileSize();
   if (items_in_last_block_ == 0) {
     StartBlock(*item);
     position = FileSize();
@@ -395,7 +398,9 @@ std::uint32_t ItemStoreFile::AppendItem(const ItemRecord* item) {
   std::array<std::uint8_t, kMaxRecord> record{};
   const std::uint32_t header = EncodeRecordHeader(flags, ms, block.base_ms, 0, record.data());
   std::copy_n(item->GetPayload(), length, record.data() + header);
+  append_end_ = 0;
   Check(file_.WriteAt(position, record.data(), header + length));
+  append_end_ = position + header + length;
 
   std::array<std::uint8_t, kEntrySize> entry{};
   EncodeEntry(

@@ -146,6 +146,10 @@ class ItemStoreFile {
   std::optional<platform::FileTime> saved_write_time_;
   std::vector<Block> blocks_;
   std::uint32_t items_in_last_block_ = 0;
+  // The end of the file after this object's last record write, so that
+  // consecutive appends need not ask the system for the size; 0 when unknown
+  // (after opening, starting a block or writing the trailer).
+  std::uint64_t append_end_ = 0;
   std::u16string temp_dir_;
 };
 
