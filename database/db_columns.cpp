@@ -1,5 +1,7 @@
 #include "database/db_columns.h"
 
+#include <algorithm>
+
 #include "common/number_text.h"
 
 namespace quillon::db {
@@ -171,7 +173,10 @@ void ParseList(std::u16string_view column, std::vector<std::uint32_t>& out) {
     std::size_t end = 0;
     bool overflow = false;
     std::uint32_t value = 0;
-    if (piece.size() >= 2 && piece[0] == u'0' && (piece[1] == u'x' || piece[1] == u'X')) {
+    // Only a piece that starts with a lower-case "0x" is read as unsigned
+    // hexadecimal; "0X" pieces go through the signed conversion like any
+    // other, which still reads the prefix but keeps the signed range.
+    if (piece.size() >= 2 && piece[0] == u'0' && piece[1] == u'x') {
       value = ToU32(piece, 16, &end, &overflow);
     } else {
       value = static_cast<std::uint32_t>(ToI32(piece, 0, &end, &overflow));
@@ -181,6 +186,24 @@ void ParseList(std::u16string_view column, std::vector<std::uint32_t>& out) {
     for (std::size_t k = end; k < piece.size(); ++k) rest_blank = rest_blank && IsSpace(piece[k]);
     if (rest_blank) out.push_back(value);
   }
+}
+
+void ParseIdSet(std::u16string_view column, std::vector<std::int32_t>& out) {
+  std::vector<std::uint32_t> raw;
+  ParseList(column, raw);
+  out.assign(raw.begin(), raw.end());
+  std::sort(out.begin(), out.end());
+  out.erase(std::unique(out.begin(), out.end()), out.end());
+}
+
+void ParseIdSet(std::u16string_view column, std::vector<std::uint32_t>& out) {
+  out.clear();
+  ParseList(column, out);
+  const auto as_signed = [](std::uint32_t a, std::uint32_t b) {
+    return static_cast<std::int32_t>(a) < static_cast<std::int32_t>(b);
+  };
+  std::sort(out.begin(), out.end(), as_signed);
+  out.erase(std::unique(out.begin(), out.end()), out.end());
 }
 
 void AppendUnsigned(std::u16string& out, std::uint32_t value) { AppendDecimal(out, value); }

@@ -55,10 +55,15 @@ bool ParseQuoted(std::u16string_view column, std::u16string& out);
 
 // A list column: an optional leading quote and trailing quote are removed,
 // the rest is split on ',' (runs count as one) and each piece is converted
-// as a base-0 number ("0x" pieces unsigned hexadecimal, others signed). A
-// piece that is not one number followed only by white space, or that is out
-// of range, is dropped.
+// as a base-0 number (pieces starting with a lower-case "0x" as unsigned
+// hexadecimal, all others signed). A piece that is not one number followed
+// only by white space, or that is out of range, is dropped. Pieces are
+// appended in order, duplicates included; see ParseIdSet for set columns.
 void ParseList(std::u16string_view column, std::vector<std::uint32_t>& out);
+// A list column that holds a set of IDs: ParseList, then sorted (as signed
+// 32-bit numbers) with duplicates removed.
+void ParseIdSet(std::u16string_view column, std::vector<std::int32_t>& out);
+void ParseIdSet(std::u16string_view column, std::vector<std::uint32_t>& out);
 
 // Appending numbers to a line being written.
 void AppendUnsigned(std::u16string& out, std::uint32_t value);

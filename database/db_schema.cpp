@@ -1,6 +1,5 @@
 #include "database/db_schema.h"
 
-#include <algorithm>
 #include <array>
 
 #include "database/db_columns.h"
@@ -46,15 +45,7 @@ std::int32_t DescriptionColumn(std::u16string_view c) {
   return !c.empty() && c.front() == u'"' ? kDbNone : I32(c);
 }
 
-void CategoryList(std::u16string_view c, std::vector<std::int32_t>& out) {
-  std::vector<std::uint32_t> raw;
-  ParseList(c, raw);
-  out.clear();
-  out.reserve(raw.size());
-  for (const std::uint32_t v : raw) out.push_back(static_cast<std::int32_t>(v));
-  std::sort(out.begin(), out.end());
-  out.erase(std::unique(out.begin(), out.end()), out.end());
-}
+void CategoryList(std::u16string_view c, std::vector<std::int32_t>& out) { ParseIdSet(c, out); }
 
 bool HasName(const std::u16string& name) { return !name.empty(); }
 
@@ -251,7 +242,9 @@ bool FormatFormatSpecifierLine(const FormatSpecifierRecord& r, std::u16string& o
 
 // ---- Enum
 
-bool CheckEnum(const EnumRecord& r) { return HasName(r.name) && r.description_id >= kDbNone; }
+// The description ID of an enum is not range-checked here: one below -1
+// loads, and the description check resets it.
+bool CheckEnum(const EnumRecord& r) { return HasName(r.name); }
 
 bool ParseEnumLine(std::u16string_view line, EnumRecord& r) {
   const Columns c(line);
@@ -344,8 +337,11 @@ bool FormatCategoryLine(const CategoryRecord& r, std::u16string& out) {
 
 // ---- Items
 
-bool CheckItem(DbItemTable, const ItemEntry& r) {
-  return HasName(r.name) && r.description_id >= kDbNone;
+// Only events require a description ID of at least -1; the NV Item and
+// Display columns (and the Log Item's column-less ID) take any number, which
+// the description check resets when it is below -1.
+bool CheckItem(DbItemTable table, const ItemEntry& r) {
+  return HasName(r.name) && (table != DbItemTable::kEvent || r.description_id >= kDbNone);
 }
 
 bool ParseItemLine(DbItemTable table, std::u16string_view line, ItemEntry& r) {
@@ -392,9 +388,11 @@ bool ParseItemLine(DbItemTable table, std::u16string_view line, ItemEntry& r) {
     case DbItemTable::kOta:
       if (c.size() < 4) return false;
       r.first = ToU32(c[0], 0);
+      // Either one plain decimal number or a quoted list, a set like the
+      // category lists.
       r.ota_codes.clear();
       if (!c[1].empty() && c[1].front() == u'"') {
-        ParseList(c[1], r.ota_codes);
+        ParseIdSet(c[1], r.ota_codes);
       } else {
         r.ota_codes.push_back(U32(c[1]));
       }

@@ -10,6 +10,7 @@
 #include "database/db_message.h"
 #include "database/db_message_sink.h"
 #include "database/db_text_reader.h"
+#include "platform/file.h"
 
 namespace quillon::db {
 
@@ -61,15 +62,18 @@ bool LoadTableFile(std::u16string_view path, std::u16string_view display, DbMess
   return LoadTableLines(reader, display, sink, handle);
 }
 
-// Collects the lines of a table and writes them as UTF-16LE with a
-// byte-order mark, "\r\n" between lines and no break after the last.
+// Writes the lines of a table as UTF-16LE with a byte-order mark, "\r\n"
+// between lines and no break after the last.
 class TableWriter {
  public:
+  // Creates or truncates `path`; false when it cannot be created.
+  bool Create(std::u16string_view path);
   void AddLine(std::u16string_view line);
-  // Creates or truncates `path` and writes the collected lines.
-  bool WriteTo(std::u16string_view path) const;
+  // Writes the byte-order mark and the collected lines into the file.
+  bool Finish();
 
  private:
+  platform::File file_;
   std::u16string text_;
   bool first_ = true;
 };
@@ -84,8 +88,11 @@ bool WriteTableFile(std::u16string_view path, std::u16string_view display, DbMes
     Report(sink, 2, u"DB [%s] Invalid file name", {display});
     return false;
   }
-  bool ok = true;
+  // The file is created before any record is formatted: a file that cannot
+  // be created fails the write without a message.
   TableWriter writer;
+  if (!writer.Create(path)) return false;
+  bool ok = true;
   std::uint32_t position = 0;
   std::u16string line;
   for (const auto& entry : map) {
@@ -98,7 +105,7 @@ bool WriteTableFile(std::u16string_view path, std::u16string_view display, DbMes
     }
     ++position;
   }
-  return writer.WriteTo(path) && ok;
+  return writer.Finish() && ok;
 }
 
 }  // namespace quillon::db

@@ -1,7 +1,6 @@
 #include <vector>
 
 #include "database/db_table_io.h"
-#include "platform/file.h"
 
 namespace quillon::db {
 
@@ -11,12 +10,13 @@ void TableWriter::AddLine(std::u16string_view line) {
   text_ += line;
 }
 
-bool TableWriter::WriteTo(std::u16string_view path) const {
-  platform::File file;
-  if (file.Open(path, platform::FileAccess::kReadWrite, platform::FileDisposition::kCreateAlways) !=
-      0) {
-    return false;
-  }
+bool TableWriter::Create(std::u16string_view path) {
+  return file_.Open(path, platform::FileAccess::kReadWrite,
+                    platform::FileDisposition::kCreateAlways) == 0;
+}
+
+bool TableWriter::Finish() {
+  if (!file_.IsOpen()) return false;
   std::vector<std::uint8_t> bytes;
   bytes.reserve(2 + text_.size() * 2);
   bytes.push_back(0xFF);
@@ -25,7 +25,9 @@ bool TableWriter::WriteTo(std::u16string_view path) const {
     bytes.push_back(static_cast<std::uint8_t>(c & 0xFF));
     bytes.push_back(static_cast<std::uint8_t>(c >> 8));
   }
-  return file.WriteAt(0, bytes.data(), bytes.size()) == 0;
+  const bool written = file_.WriteAt(0, bytes.data(), bytes.size()) == 0;
+  file_.Close();
+  return written;
 }
 
 }  // namespace quillon::db

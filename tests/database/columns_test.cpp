@@ -93,6 +93,20 @@ TEST(DbColumns, ListColumns) {
   v.clear();
   ParseList(u"\" ,  ,\"", v);  // blank pieces hold no number
   EXPECT_TRUE(v.empty());
+  // Only a lower-case "0x" makes a piece unsigned hexadecimal; "0X" is
+  // read as a signed number, so above 0x7FFFFFFF it is out of range.
+  v.clear();
+  ParseList(u"\"0XFFFFFFFF,0X1f,0x80000000,-0x10\"", v);
+  EXPECT_EQ(v, (std::vector<std::uint32_t>{31, 0x80000000u, 0xFFFFFFF0u}));
+}
+
+TEST(DbColumns, IdSetsAreSortedWithoutDuplicates) {
+  std::vector<std::uint32_t> u;
+  ParseIdSet(u"\"3,1,3,-1\"", u);
+  EXPECT_EQ(u, (std::vector<std::uint32_t>{0xFFFFFFFFu, 1, 3}));
+  std::vector<std::int32_t> s;
+  ParseIdSet(u"\"3,1,3,-1\"", s);
+  EXPECT_EQ(s, (std::vector<std::int32_t>{-1, 1, 3}));
 }
 
 TEST(DbColumns, NumberWriters) {

@@ -161,5 +161,17 @@ TEST(DbTableWrite, BomCrLfBetweenLinesAndConversionErrors) {
   EXPECT_TRUE(Has(messages, u"DB [Field] Invalid file name", 2));
 }
 
+TEST(DbTableWrite, FileThatCannotBeCreatedFailsWithoutAMessage) {
+  // The file is created before any record is formatted, so the record that
+  // fails its check is never reached.
+  TempDir dir;
+  FieldMap fields;
+  fields[2] = FieldRecord{2, u"", 8, 0, 2, false, -1, false};
+  DbMessageList messages;
+  const auto path = (dir.path() / "missing" / "Field.txt").u16string();
+  EXPECT_FALSE(db::WriteTableFile(path, u"Field", messages, fields, db::FormatFieldLine));
+  EXPECT_TRUE(messages.Messages().empty()) << dbtest::Dump(messages);
+}
+
 }  // namespace
 }  // namespace quillon

@@ -162,6 +162,35 @@ TEST_F(MergeTest, LaterUserDatabaseWinsInEnumerationOrder) {
   }
 }
 
+TEST(DbMerge, FamiliesInOrderAndNamesCopiedEarlierCountAsExisting) {
+  Database main;
+  DbTables& m = main.MutableTables();
+  m.Categories(DbItemTable::kEvent)[0] = CategoryRecord{0, u"Call", -1, -1};
+  m.Items(DbItemTable::kEvent)[MakeItemKey(1)] = ItemEntry{1, 0, u"EV", {0}, -1, false, {}};
+  m.enums[0] = EnumRecord{0, u"E", -1, false};
+  Database user;
+  DbTables& u = user.MutableTables();
+  u.Items(DbItemTable::kEvent)[MakeItemKey(1)] = ItemEntry{1, 0, u"EV2", {4}, -1, false, {}};
+  u.Categories(DbItemTable::kEvent)[4] = CategoryRecord{4, u"Call", -1, -1};
+  u.enums[7] = EnumRecord{7, u"E", -1, false};
+  u.enums[8] = EnumRecord{8, u"Twice", -1, false};
+  u.enums[9] = EnumRecord{9, u"Twice", -1, false};
+  DbMessageList messages;
+  main.SetSink(&messages);
+  EXPECT_TRUE(main.Merge(user));
+  std::vector<std::u16string> texts;
+  for (const auto& msg : messages.Messages()) texts.push_back(msg.text);
+  EXPECT_EQ(texts, (std::vector<std::u16string>{
+                       u"DB Merge [Enum] Duplicate enum 'E' detected, using existing ID 0",
+                       u"DB Merge [Enum] Duplicate enum 'Twice' detected, using existing ID 1",
+                       u"DB Merge [Event Category] Duplicate category 'Call' detected, using "
+                       u"existing ID 0",
+                       u"DB Merge [Event ID] Duplicate item 'EV2' detected, replacing 'EV'"}))
+      << dbtest::Dump(messages);
+  EXPECT_EQ(main.Tables().enums.size(), 2u);
+  EXPECT_EQ(main.FindEvent(1)->categories, std::vector<std::int32_t>{0});
+}
+
 TEST(DbMerge, EmptyMainTablesStartAtZero) {
   Database main;
   Database user;

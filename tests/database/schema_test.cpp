@@ -129,6 +129,8 @@ TEST(DbEnumEntryLine, ValueFormsSurviveAWrite) {
   EXPECT_EQ(e.value, -1);
   ASSERT_TRUE(ParseEnumEntryLine(u"3^010^\"m\"", e));
   EXPECT_EQ(e.value, 8);
+  ASSERT_TRUE(ParseEnumEntryLine(u"3^0x1FFFFFFFF^\"m\"", e));  // beyond 32 bits
+  EXPECT_EQ(e.value, -1);
 }
 
 TEST(DbCategoryLine, QuotedDescriptionAndParent) {
@@ -182,15 +184,34 @@ TEST(DbItemLines, EventLogOtaAndMessageTables) {
   ItemEntry o;
   ASSERT_TRUE(ParseItemLine(DbItemTable::kOta, u"0x412F^5^\"RRC\"^\"\"", o));
   EXPECT_EQ(o.ota_codes, std::vector<std::uint32_t>{5});
-  ASSERT_TRUE(ParseItemLine(DbItemTable::kOta, u"0x412F^\"1,2,2\"^\"RRC\"^\"1\"", o));
-  EXPECT_EQ(o.ota_codes, (std::vector<std::uint32_t>{1, 2, 2}));
+  // The code list is a set, like the category lists: duplicates collapse.
+  ASSERT_TRUE(ParseItemLine(DbItemTable::kOta, u"0x412F^\"2,1,2\"^\"RRC\"^\"1\"", o));
+  EXPECT_EQ(o.ota_codes, (std::vector<std::uint32_t>{1, 2}));
   out.clear();
   ASSERT_TRUE(FormatItemLine(DbItemTable::kOta, o, out));
-  EXPECT_EQ(out, u"0x412F^\"1,2,2\"^\"RRC\"^\"1\"");
+  EXPECT_EQ(out, u"0x412F^\"1,2\"^\"RRC\"^\"1\"");
   ItemEntry m;
   ASSERT_TRUE(ParseItemLine(DbItemTable::kMessage, u"5000^2^\"High\"^\"\"", m));
   EXPECT_EQ(m.first, 5000u);
   EXPECT_EQ(m.second, 2u);
+}
+
+TEST(DbItemLines, OnlyEventsBoundTheDescriptionId) {
+  // Event descriptions must be at least -1; the NV Item, Display and Enum
+  // columns take any number (the description check resets them later).
+  ItemEntry e;
+  EXPECT_FALSE(ParseItemLine(DbItemTable::kEvent, u"1^\"EV\"^\"\"^-2", e));
+  ItemEntry n;
+  ASSERT_TRUE(ParseItemLine(DbItemTable::kNv, u"1^\"NV\"^\"\"^-2", n));
+  EXPECT_EQ(n.description_id, -2);
+  ItemEntry d;
+  ASSERT_TRUE(ParseItemLine(DbItemTable::kDisplay, u"1^\"D\"^\"\"^-2", d));
+  std::u16string out;
+  ASSERT_TRUE(FormatItemLine(DbItemTable::kDisplay, d, out));
+  EXPECT_EQ(out, u"1^\"D\"^\"\"^-2");
+  EnumRecord en;
+  ASSERT_TRUE(ParseEnumLine(u"4^\"E\"^-2^0", en));
+  EXPECT_EQ(en.description_id, -2);
 }
 
 TEST(DbUserColorLine, ComponentsBelow256) {

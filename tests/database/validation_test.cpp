@@ -228,8 +228,23 @@ TEST_F(ValidationTest, DuplicateNames) {
   EXPECT_TRUE(Has(messages_, u"DB [Enum] Duplicate enum (by name) detected 'Colours'", 2));
   EXPECT_TRUE(Has(messages_, u"DB [Enum Entry] Missing enum ID detected 9", 2));
   EXPECT_EQ(db_.FindEnumByName(u"Colours"), std::optional<std::uint32_t>(1));
+  // Enum names compare with their case.
+  EXPECT_FALSE(Has(messages_, u"DB [Enum] Duplicate enum (by name) detected 'Lonely'", 2));
   // Enums without entries are not indexed by the check.
   EXPECT_EQ(db_.FindEnumByName(u"Lonely"), std::nullopt);
+}
+
+TEST_F(ValidationTest, NamesFoldAsciiAndLatin1CapitalsOnly) {
+  // \u00c9/\u00e9 fold together; Greek capitals (U+0391) are kept as they are.
+  EXPECT_FALSE(Load({{"Diag.txt",
+                      "5^\"1\"^\"\xC9mile\"^-1^-1\n5^\"2\"^\"\xE9MILE\"^-1^-1\n"
+                      "5^\"3\"^\"x\xD7\"^-1^-1\n5^\"4\"^\"x\xF7\"^-1^-1\n"}}));
+  EXPECT_TRUE(Has(messages_, u"DB [Diag] Duplicate DIAG entity (by name) detected '\u00e9MILE'", 2))
+      << Dump();
+  // The multiplication sign is not a capital of the division sign.
+  EXPECT_EQ(messages_.Messages().size(), 1u) << Dump();
+  EXPECT_NE(db_.FindDiagEntity({5, 1}, u"\u00e9mile"), nullptr);
+  EXPECT_EQ(db::FoldCase(u"\u0391B\u00de"), u"\u0391b\u00fe");
 }
 
 TEST_F(ValidationTest, CategoryTrees) {
@@ -288,6 +303,26 @@ TEST_F(ValidationTest, DescriptionReferences) {
   EXPECT_EQ(db_.FindField(3)->description_id, -1);
   EXPECT_EQ(db_.FindEnumEntry(1, 0)->description_id, 1);
   EXPECT_EQ(db_.FindEvent(1)->description_id, -1);
+}
+
+TEST_F(ValidationTest, DescriptionIdsBelowMinusOneLoadAndAreReset) {
+  // Enum, NV Item and Display rows accept any description ID; with the
+  // descriptions loaded, one below -1 is reset with the "detected" message.
+  EXPECT_FALSE(Load({{"Description.txt", "1^\"one\"\n"},
+                     {"Enum.txt", "1^\"E\"^-5^0\n"},
+                     {"NVItem.txt", "1^\"NV\"^\"\"^-5\n"},
+                     {"Display.txt", "1^\"D\"^\"\"^-7\n"}},
+                    true));
+  EXPECT_TRUE(Has(messages_, u"DB [Enum] Invalid description ID detected -5, resetting to -1", 2))
+      << Dump();
+  EXPECT_TRUE(
+      Has(messages_, u"DB [NV Item] Invalid description ID detected -5, resetting to -1", 2));
+  EXPECT_TRUE(
+      Has(messages_, u"DB [Display] Invalid description ID detected -7, resetting to -1", 2));
+  EXPECT_EQ(messages_.Messages().size(), 3u) << Dump();
+  EXPECT_EQ(db_.FindEnum(1)->description_id, -1);
+  EXPECT_EQ(db_.FindNvItem(1)->description_id, -1);
+  EXPECT_EQ(db_.FindDisplay(1)->description_id, -1);
 }
 
 TEST_F(ValidationTest, DescriptionsAreIgnoredWithoutTheFlag) {
