@@ -64,7 +64,8 @@ class ItemRecord {
                         const ItemRenderServices* services) const;
   // slot 4: shared by all classes, not used by the automation layer.
   virtual void Reserved4() const {}
-  // slot 5
+  // slot 5: the envelope bytes that precede the type's own content; 0 for
+  // an item without a valid buffer, like every operation on one.
   virtual std::uint32_t GetHeaderLength() const = 0;
   // slot 6: the time the device stamped on the item; the generic timestamp
   // when the type has none or its header does not parse.

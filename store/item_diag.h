@@ -31,7 +31,7 @@ class DiagResponseItem final : public ItemRecord {
   explicit DiagResponseItem(const ItemBufferRef& buffer);
 
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
-  std::uint32_t GetHeaderLength() const override { return 1; }
+  std::uint32_t GetHeaderLength() const override { return buffer_.IsValid() ? 1 : 0; }
   // Red for error responses; otherwise light blue. Commands 0x26 and 0x27
   // would take their colour from the item configuration, which items do
   // not see; they keep light blue.
@@ -43,7 +43,7 @@ class DiagRequestItem final : public ItemRecord {
   explicit DiagRequestItem(const ItemBufferRef& buffer);
 
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
-  std::uint32_t GetHeaderLength() const override { return 1; }
+  std::uint32_t GetHeaderLength() const override { return buffer_.IsValid() ? 1 : 0; }
   bool SetDefaultColor() override;
 };
 

@@ -42,7 +42,9 @@ LogPacketHeader ParseLogPacketHeader(std::span<const std::uint8_t> payload);
 class LogPacketItem : public ItemRecord {
  public:
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
-  std::uint32_t GetHeaderLength() const override { return kLogHeaderLength; }
+  std::uint32_t GetHeaderLength() const override {
+    return buffer_.IsValid() ? kLogHeaderLength : 0;
+  }
   ItemTimestamp GetSpecificTimestamp() const override;
   bool IsValid() const override;
 

@@ -17,7 +17,7 @@ class MalformedItem final : public ItemRecord {
   explicit MalformedItem(const ItemBufferRef& buffer);
 
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
-  std::uint32_t GetHeaderLength() const override { return 1; }
+  std::uint32_t GetHeaderLength() const override { return buffer_.IsValid() ? 1 : 0; }
   bool SetDefaultColor() override;
 };
 

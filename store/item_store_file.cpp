@@ -157,7 +157,9 @@ void ItemStoreFile::Open(std::u16string_view path, bool read_only, ProgressSink*
       Notify(progress, ++walked, offset, size);
       const std::uint64_t next = LoadU64(tail.data());
       if (next == 0) break;
-      if (next <= offset || next >= data_end) Throw(mis::kInvalidData);
+      // A block is always written at the end of the file, after the one
+      // that links to it.
+      if (next < offset + kBlockSize || next >= data_end) Throw(mis::kInvalidData);
       offset = next;
     }
     const std::uint64_t needed = (std::uint64_t{trailer.count} + kItemsPerBlock - 1) >> kBlockShift;
@@ -202,7 +204,7 @@ void ItemStoreFile::OpenUnterminated(std::u16string_view path, ProgressSink* pro
       Notify(progress, ++walked, offset, size);
       const std::uint64_t next = LoadU64(tail.data());
       if (next == 0) break;
-      if (next <= offset || next >= size) Throw(mis::kInvalidData);
+      if (next < offset + kBlockSize || next >= size) Throw(mis::kInvalidData);
       if (next + kBlockSize > size) break;
       offset = next;
     }

@@ -12,7 +12,8 @@
 //   160  empty path, index out of range, record offset beyond 32 bits,
 //        null or invalid item, recovery of a file too short to hold a block
 //   1003 item index beyond the block table
-//   else the failing file call's own code (6 when the file is not open).
+//   else the failing file call's own code (6 when the file is not open,
+//        31 when the call failed without giving one).
 // Not thread-safe: the owning store serialises all calls.
 #pragma once
 

@@ -42,7 +42,9 @@ class StringItem final : public ItemRecord {
   explicit StringItem(const ItemBufferRef& buffer);
 
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
-  std::uint32_t GetHeaderLength() const override { return kStringHeaderLength; }
+  std::uint32_t GetHeaderLength() const override {
+    return buffer_.IsValid() ? kStringHeaderLength : 0;
+  }
   bool SetDefaultColor() override;
 
   std::optional<std::uint32_t> HeaderWord() const;

@@ -35,6 +35,7 @@ std::uint32_t SubsysResponseItem::GetDLFBuffer(std::uint8_t* out, std::uint32_t 
 }
 
 std::uint32_t SubsysResponseItem::GetHeaderLength() const {
+  if (!buffer_.IsValid()) return 0;
   return ReadPayload(*this).U8(0) == kSubsysDelayedCommand ? 12 : 4;
 }
 

@@ -52,7 +52,7 @@ class SubsysRequestItem final : public ItemRecord {
   explicit SubsysRequestItem(const ItemBufferRef& buffer);
 
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
-  std::uint32_t GetHeaderLength() const override { return 4; }
+  std::uint32_t GetHeaderLength() const override { return buffer_.IsValid() ? 4 : 0; }
   bool SetDefaultColor() override;
 };
 

@@ -71,6 +71,10 @@ const MappedItemStoreFile::CachedBlock& MappedItemStoreFile::MapBlock(std::uint3
   const std::uint64_t records = block_offset + kBlockSize;
   if (records > mapped_size_) Throw(mis::kInvalidData);
 
+  // A full list gives up its oldest block's two views before the new block
+  // is mapped, so no more than six blocks are ever mapped at once.
+  if (cache_.size() >= kCachedBlocks) cache_.pop_front();
+
   CachedBlock cached;
   cached.block = block;
   const std::uint64_t block_start = AlignDown(block_offset);
@@ -102,7 +106,6 @@ const MappedItemStoreFile::CachedBlock& MappedItemStoreFile::MapBlock(std::uint3
                        cached.records_view));
   }
 
-  if (cache_.size() >= kCachedBlocks) cache_.pop_front();
   cache_.push_back(std::move(cached));
   return cache_.back();
 }

@@ -126,7 +126,10 @@ std::uint32_t File::Truncate(std::uint64_t size) {
   position.QuadPart = static_cast<LONGLONG>(size);
   if (!::SetFilePointerEx(Handle(handle_), position, nullptr, FILE_BEGIN) ||
       !::SetEndOfFile(Handle(handle_))) {
-    return ::GetLastError();
+    // A failure must never read as success: without a code of its own it is
+    // a general failure, as on POSIX.
+    const DWORD code = ::GetLastError();
+    return code != 0 ? code : error::kGenericFailure;
   }
   return error::kSuccess;
 }

@@ -201,6 +201,31 @@ TEST(IsfOpen, ChecksTheBlockChainAgainstTheFile) {
   EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kMapped, temp.u16()); }), 13u);
 }
 
+// Block 0 of the fixture, its link pointing at `next`, with room for a whole
+// block after any offset up to the end of block 0; `trailer` adds the trailer
+// with a count that needs two blocks.
+std::vector<std::uint8_t> FixtureLinkedTo(std::uint64_t next, bool trailer) {
+  auto bytes = ReadBytes(FixturePath("small.isf"));
+  bytes.resize(bytes.size() - 16);
+  bytes.resize(2 * kRecords + 1000, 0);
+  StoreU64(&bytes[4 + isf::kIndexSize], next);
+  if (trailer) {
+    bytes.resize(bytes.size() + 16, 0);
+    StoreU32(&bytes[bytes.size() - 8], 9000);
+    StoreU32(&bytes[bytes.size() - 4], isf::kMagic);
+  }
+  return bytes;
+}
+
+TEST(IsfOpen, ALinkMustPointPastTheBlockThatHoldsIt) {
+  TempFile temp;
+  WriteBytes(temp.path(), FixtureLinkedTo(kRecords - 8, true));
+  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kPlainReadOnly, temp.u16()); }), 13u);
+  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kMapped, temp.u16()); }), 13u);
+  WriteBytes(temp.path(), FixtureLinkedTo(kRecords, true));
+  EXPECT_EQ(OpenWith(Reader::kMapped, temp.u16())->GetBlockCount(), 2u);
+}
+
 TEST(IsfOpen, MappedClassRefusesWriting) {
   TempFile temp;
   MappedItemStoreFile file;
@@ -309,6 +334,18 @@ TEST(IsfRecover, RefusesFilesWithoutAWholeBlockOrMagic) {
   WriteBytes(temp.path(), bytes);
   EXPECT_EQ(CodeOf([&] { file.OpenUnterminated(temp.u16(), nullptr); }), 13u);
   EXPECT_FALSE(file.IsOpen());
+}
+
+TEST(IsfRecover, ALinkIntoTheBlockThatHoldsItFails) {
+  TempFile temp;
+  WriteBytes(temp.path(), FixtureLinkedTo(kRecords - 8, false));
+  ItemStoreFile file;
+  EXPECT_EQ(CodeOf([&] { file.OpenUnterminated(temp.u16(), nullptr); }), 13u);
+  EXPECT_FALSE(file.IsOpen());
+  WriteBytes(temp.path(), FixtureLinkedTo(kRecords, false));
+  file.OpenUnterminated(temp.u16(), nullptr);
+  EXPECT_EQ(file.GetBlockCount(), 2u);
+  EXPECT_EQ(file.GetItemCount(), 20u);
 }
 
 TEST(IsfRecover, StopsAtTheFirstCorruptEntry) {

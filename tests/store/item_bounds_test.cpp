@@ -3,6 +3,7 @@
 // results keep their invariants.
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <random>
 
 #include "item_test_payloads.h"
@@ -80,6 +81,37 @@ TEST(ItemBounds, LargestPayloadOfEveryType) {
       ASSERT_NE(item, nullptr);
       Exercise(*item);
     }
+  }
+}
+
+// An item made straight from a class with no payload (the factory never
+// makes one): every operation gives the empty value of its kind, so a caller
+// that skips the header bytes never skips past the payload.
+TEST(ItemBounds, WithoutAPayloadEveryOperationGivesItsEmptyValue) {
+  const ItemBufferRef none;
+  std::vector<std::unique_ptr<ItemRecord>> items;
+  items.push_back(std::make_unique<MalformedItem>(none));
+  items.push_back(std::make_unique<DiagResponseItem>(none));
+  items.push_back(std::make_unique<DiagRequestItem>(none));
+  items.push_back(std::make_unique<GpsItem>(none));
+  items.push_back(std::make_unique<EventItem>(none));
+  items.push_back(std::make_unique<LogItem>(none));
+  items.push_back(std::make_unique<MessageItem>(none));
+  items.push_back(std::make_unique<StringItem>(none));
+  items.push_back(std::make_unique<OtaLogItem>(none));
+  items.push_back(std::make_unique<SubsysResponseItem>(none));
+  items.push_back(std::make_unique<SubsysRequestItem>(none));
+  std::uint8_t out[64] = {};
+  for (std::uint32_t type = 0; type < kItemTypeCount; ++type) {
+    ItemRecord& item = *items[type];
+    item.SetTimestamp(ItemTimestamp(0x1234));
+    EXPECT_EQ(item.TypeCode(), type);
+    EXPECT_EQ(item.GetPayload(), nullptr) << type;
+    EXPECT_EQ(item.GetPayloadLength(), 0u) << type;
+    EXPECT_EQ(item.GetHeaderLength(), 0u) << type;
+    EXPECT_EQ(item.GetDLFBuffer(out, sizeof(out)), 0u) << type;
+    EXPECT_EQ(item.GetSpecificTimestamp(), ItemTimestamp(0x1234)) << type;
+    EXPECT_FALSE(item.IsValid()) << type;
   }
 }
 

@@ -140,6 +140,24 @@ TEST(ItemStoreAdd, CopiesKeepTheirTimestampAndBuffersGetTheCurrentTime) {
   EXPECT_EQ(store.GetItemCount(), 2u);
 }
 
+// A copy is cloned without validation, so an item that is not valid stays
+// what it is and the file refuses it; a buffer is validated and an invalid
+// one is kept as MALFORMED.
+TEST(ItemStoreAdd, CopiesAreNotValidatedButBuffersAre) {
+  TempFile temp;
+  ItemStore store;
+  ASSERT_TRUE(store.AttachFile(CreatedFile(temp), 0, u""));
+  const std::vector<std::uint8_t> short_log{0x10, 0x00, 0x14, 0x00, 0x14, 0x00, 0xEB, 0x11};
+  const ItemPtr invalid = CreateItem({kItemLog, TimeAtMs(kSomeMs)},
+                                     ItemBufferRef::Make(short_log.data(), short_log.size()), false,
+                                     NullItemDatabaseView::Instance());
+  ASSERT_FALSE(invalid->IsValid());
+  EXPECT_EQ(FailureOf([&] { store.AddCopy(*invalid); }), (Failure{0, 160}));
+  EXPECT_EQ(store.GetItemCount(), 0u);
+  EXPECT_EQ(store.AddFromBuffer(kItemLog, invalid->Buffer(), 0xFFFFFFFF), 0u);
+  EXPECT_EQ(store.GetItem(0)->TypeCode(), kItemMalformed);
+}
+
 TEST(ItemStoreAdd, StringItemsOnePerNonEmptyLine) {
   TempFile temp;
   ItemStore store;
