@@ -1,11 +1,11 @@
 #include "render/parsed_field_list.h"
 
-#include <cstring>
 #include <utility>
 
-#include "common/safe_format.h"
 #include "database/database.h"
+#include "database/db_columns.h"
 #include "render/handoff_summary.h"
+#include "render/summary_format.h"
 
 namespace quillon {
 
@@ -14,54 +14,13 @@ namespace {
 // Most entities have fewer fields than this.
 constexpr std::size_t kInitialEntries = 64;
 
-bool IsBlank(char16_t c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; }
-
+// Field names of a summary are trimmed of white space as iswspace sees it
+// in the "C" locale: blank, tab, line feed, vertical tab, form feed and
+// carriage return.
 std::u16string_view Trim(std::u16string_view s) {
-  while (!s.empty() && IsBlank(s.front())) s.remove_prefix(1);
-  while (!s.empty() && IsBlank(s.back())) s.remove_suffix(1);
+  while (!s.empty() && db::IsSpace(s.front())) s.remove_prefix(1);
+  while (!s.empty() && db::IsSpace(s.back())) s.remove_suffix(1);
   return s;
-}
-
-// One summary argument per named entry, typed the way the entry's value
-// would be passed to a printf-style function.
-FormatArgument SummaryArgument(const ParsedField& e) {
-  if (!e.valid || e.definition == nullptr) return FormatArgument(0u);
-  const FieldRecord& def = *e.definition;
-  if (def.kind == kFieldEnumUnsigned || def.kind == kFieldEnumSigned) {
-    return FormatArgument(std::u16string_view(e.value_text));
-  }
-  const std::uint64_t v = e.value;
-  switch (def.type) {
-    case kFieldBool:
-    case kFieldU8:
-      return FormatArgument(static_cast<unsigned>(v & 0xFF));
-    case kFieldI8:
-      return FormatArgument(static_cast<int>(static_cast<std::int8_t>(v & 0xFF)));
-    case kFieldI16:
-      return FormatArgument(static_cast<int>(static_cast<std::int16_t>(v & 0xFFFF)));
-    case kFieldU16:
-      return FormatArgument(static_cast<unsigned>(v & 0xFFFF));
-    case kFieldI32:
-    case kFieldU32:
-    case kFieldFloat:  // the raw word, not converted
-      return FormatArgument(static_cast<unsigned>(v & 0xFFFFFFFFu));
-    case kFieldI64:
-      return FormatArgument(static_cast<long long>(v));
-    case kFieldU64:
-      return FormatArgument(static_cast<unsigned long long>(v));
-    case kFieldDouble: {
-      double d;
-      std::memcpy(&d, &v, sizeof d);
-      return FormatArgument(d);
-    }
-    case kFieldString8:
-    case kFieldString16:
-    case kFieldZString8:
-    case kFieldZString16:
-      return FormatArgument(std::u16string_view(e.value_text));
-    default:
-      return FormatArgument(0u);
-  }
 }
 
 }  // namespace
@@ -103,7 +62,16 @@ bool ParsedFieldList::Parse(bool summary_only, bool field_strings, bool field_na
   summary_only_ = summary_only;
   field_strings_ = field_strings;
   build_names_ = field_names;
-  if (!parsed_) parsed_ = WalkEntity();
+  if (!parsed_) {
+    // A walk that failed before starts over: from the payload's first bit,
+    // least-significant-bit first, without the entries it had read.
+    entries_.clear();
+    reader_.SetPosition(0);
+    reader_.SetBitOrder(kLsbFirst);
+    name_cursor_ = kNoIndex;
+    id_cursor_ = kNoIndex;
+    parsed_ = WalkEntity();
+  }
   if (!summary_built_) summary_built_ = BuildSummary();
   return parsed_;
 }
@@ -183,11 +151,10 @@ bool ParsedFieldList::BuildSummary() {
   bool all_found = false;
   ResolveNamedEntries(names, named, all_found);
   if (!all_found) return false;
-  std::vector<FormatArgument> args;
-  args.reserve(named.size());
-  for (const ParsedField* e : named) args.push_back(SummaryArgument(*e));
-  FormatArgumentList source(args);
-  return FormatAppend(summary_, format, source).ok();
+  std::vector<SummaryWord> words;
+  words.reserve(named.size() * 2);
+  for (const ParsedField* e : named) PackSummaryArgument(*e, words);
+  return FormatSummary(format, words, summary_);
 }
 
 std::uint32_t ParsedFieldList::BitOffset(std::uint32_t i) const {

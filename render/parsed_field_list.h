@@ -48,8 +48,10 @@ class ParsedFieldList : public StructWalker {
                   std::uint32_t length, std::u16string_view entity_name = {});
   ~ParsedFieldList() override;
 
-  // Stores the flags; walks unless an earlier walk succeeded, builds the
-  // summary unless an earlier build succeeded; returns the walk's result.
+  // Stores the flags; walks unless an earlier walk succeeded (a walk that
+  // failed starts over from the payload's start, dropping its entries),
+  // builds the summary unless an earlier build succeeded; returns the
+  // walk's result.
   virtual bool Parse(bool summary_only, bool field_strings, bool field_names);
   // May replace the summary's field name list and format (handoff events).
   virtual void SpecialSummary(std::u16string& field_names, std::u16string& format);

@@ -158,6 +158,26 @@ TEST(ParsedFieldListEntity, ASecondParseDoesNotRepeatASuccessfulWalk) {
   EXPECT_EQ(l.Count(), 4u);
 }
 
+TEST(ParsedFieldListEntity, ASecondParseRepeatsAFailedWalkFromTheStart) {
+  // Three fields, the last one reaching past the payload.
+  TestDb t;
+  t.Entity({4, 1}, u"Ent", kTop);
+  t.Field(1, u"a", 8, kFieldU8).Field(2, u"b", 8, kFieldU8).Field(3, u"c", 32, kFieldU32);
+  t.Member(kTop, 1).Member(kTop, 2).Member(kTop, 3);
+  const std::uint8_t bytes[] = {1, 2, 3};
+  ParsedFieldList l(t.db(), 1, bytes, 3);
+  ASSERT_FALSE(l.Parse(false, true, true));
+  ASSERT_EQ(l.Count(), 2u);
+  EXPECT_EQ(l.FindByName(u"a", true, false), 0u);
+  EXPECT_FALSE(l.Parse(false, true, true));
+  ASSERT_EQ(l.Count(), 2u);
+  EXPECT_EQ(l.Name(1, true), u"b");
+  EXPECT_EQ(l.BitOffset(1), 8u);
+  EXPECT_EQ(l.ValueText(1), u"2");
+  // The cursors start over with the new entries.
+  EXPECT_EQ(l.FindByName(u"a", true, false), 0u);
+}
+
 // ---- Summaries
 
 TestDb Summarised(std::u16string format, std::u16string names) {
@@ -224,6 +244,82 @@ TEST(ParsedFieldListSummary, SummaryOnlyStillReadsTheNamedFields) {
   ParsedFieldList l(t.db(), 1, bytes.data(), static_cast<std::int32_t>(bytes.size()));
   EXPECT_TRUE(l.Parse(true, false, true));
   EXPECT_EQ(l.Summary(), u"u=200");
+}
+
+// The argument array is made of 32-bit words, and each conversion takes
+// the words it asks for, as a 32-bit C runtime reads its arguments.
+TestDb Words(std::u16string format, std::u16string names) {
+  TestDb t;
+  t.Entity({4, 1}, u"Ent", kTop, 50);
+  t.Summary(50, std::move(format), std::move(names));
+  t.Field(1, u"big", 64, kFieldI64).Field(2, u"lo", 32, kFieldU32).Field(3, u"hi", 32, kFieldU32);
+  t.Field(4, u"flt", 32, kFieldFloat).Field(5, u"dbl", 64, kFieldDouble);
+  t.Field(6, u"zero", 8, kFieldU8).EnumField(7, u"e", 8, false, 3);
+  t.EnumEntry(3, 2, u"Two");
+  for (std::uint32_t id = 1; id <= 7; ++id) t.Member(kTop, id);
+  return t;
+}
+
+std::vector<std::uint8_t> WordsPayload() {
+  std::vector<std::uint8_t> b = {3, 0, 0, 0, 5, 0, 0, 0};  // big: 5 * 2^32 + 3
+  b.insert(b.end(), {1, 0, 0, 0, 1, 0, 0, 0});             // lo 1, hi 1
+  b.insert(b.end(), {0, 0, 0, 0});                         // flt: raw word 0
+  double d = 2.5;                                          // bits 0x4004000000000000
+  std::uint8_t raw[8];
+  std::memcpy(raw, &d, 8);
+  b.insert(b.end(), raw, raw + 8);
+  b.insert(b.end(), {0, 2});  // zero, e
+  return b;
+}
+
+std::u16string WordsSummary(std::u16string format, std::u16string names) {
+  TestDb t = Words(std::move(format), std::move(names));
+  EventParse p(t.db(), 1, WordsPayload());
+  EXPECT_TRUE(p.ok);
+  return p.list.Summary();
+}
+
+TEST(ParsedFieldListSummary, SixtyFourBitValuesAreTwoWordsLowFirst) {
+  EXPECT_EQ(WordsSummary(u"%d %d", u"big"), u"3 5");
+  EXPECT_EQ(WordsSummary(u"%I64d", u"big"), u"21474836483");
+  EXPECT_EQ(WordsSummary(u"%u|%u|%u", u"big,lo"), u"3|5|1");
+  // Two 32-bit fields make one 64-bit argument.
+  EXPECT_EQ(WordsSummary(u"%I64u", u"lo,hi"), u"4294967297");
+  EXPECT_EQ(WordsSummary(u"%llx", u"lo,hi"), u"100000001");
+  // A double's words read as integers.
+  EXPECT_EQ(WordsSummary(u"%08X %08X", u"dbl"), u"00000000 40040000");
+}
+
+TEST(ParsedFieldListSummary, AFloatIsItsRawWordAndPairsWithTheNextWordAsADouble) {
+  EXPECT_EQ(WordsSummary(u"%08X", u"flt"), u"00000000");
+  // "%f" takes two words: the float's raw word 0 and the low word of the
+  // double that follows, which leaves the double's high word to "%08X".
+  EXPECT_EQ(WordsSummary(u"%f %08X", u"flt,dbl"), u"0.000000 40040000");
+  EXPECT_EQ(WordsSummary(u"%.1f", u"dbl"), u"2.5");
+  EXPECT_EQ(WordsSummary(u"%u %.1f", u"flt,dbl"), u"0 2.5");
+}
+
+TEST(ParsedFieldListSummary, TextConversionsTakeTheAddressOfTheValueText) {
+  EXPECT_EQ(WordsSummary(u"[%s]", u"e"), u"[Two]");
+  EXPECT_EQ(WordsSummary(u"[%5.2s]", u"e"), u"[   Tw]");
+  // A narrow "%hs" reads the wide text as bytes: "T", 0, ...
+  EXPECT_EQ(WordsSummary(u"[%hs]", u"e"), u"[T]");
+  // The word 0 is the null pointer.
+  EXPECT_EQ(WordsSummary(u"[%s]", u"zero"), u"[(null)]");
+}
+
+TEST(ParsedFieldListSummary, ConversionsThatWouldReadForeignMemoryGiveNoSummary) {
+  EXPECT_EQ(WordsSummary(u"%s", u"lo"), u"");         // the number 1 as an address
+  EXPECT_EQ(WordsSummary(u"%u", u"e"), u"");          // a text's address as a number
+  EXPECT_EQ(WordsSummary(u"%*u", u"e,lo"), u"");      // ... or as a width
+  EXPECT_EQ(WordsSummary(u"%I64u", u"e,lo"), u"");    // ... or half a 64-bit number
+  EXPECT_EQ(WordsSummary(u"%d %d", u"lo"), u"");      // more words than given
+  EXPECT_EQ(WordsSummary(u"%f", u"lo"), u"");         // half a double
+  EXPECT_EQ(WordsSummary(u"%*d|", u"lo,hi"), u"1|");  // '*' takes a word
+}
+
+TEST(ParsedFieldListSummary, NamesAreTrimmedOfEveryBlankCharacter) {
+  EXPECT_EQ(WordsSummary(u"%u %u", u"\vlo\f,\t hi \r\n"), u"1 1");
 }
 
 TEST(ParsedFieldListSummary, HandoffEventsUseTheirFixedFieldAndFormat) {

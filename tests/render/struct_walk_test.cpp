@@ -247,6 +247,28 @@ TEST(StructWalk, AlignMovesToTheNextByteOfTheExtent) {
   EXPECT_EQ(Offsets(p), (std::vector<std::uint32_t>{0, 8, 16}));
 }
 
+TEST(StructWalk, AlignAndMovesFollowTheExtentNotTheReaderAfterAStepBack) {
+  // 12 bits read, then a field at the explicit offset 0 puts the reader
+  // back at bit 3 while the extent stays 12.
+  TestDb t = Base();
+  t.Field(1, u"w", 12, kFieldU16).Field(2, u"n", 3, kFieldU8).Field(3, u"b", 8, kFieldU8);
+  t.Member(kTop, 1).Row(kTop, kMemberField, 2, {}, kRepeatNone, {}, 0);
+  t.Row(kTop, kMemberAlign, 0).Member(kTop, 3);
+  EventParse aligned(t.db(), 1, {0xFF, 0xFF, 0x42});
+  ASSERT_TRUE(aligned.ok);
+  EXPECT_EQ(Offsets(aligned), (std::vector<std::uint32_t>{0, 0, 16}));
+
+  // A move to bit 8 lies ahead of the reader (bit 3) but behind the
+  // extent: ignored, the next field is read at bit 3.
+  TestDb moved = Base();
+  moved.Field(1, u"w", 12, kFieldU16).Field(2, u"n", 3, kFieldU8).Field(3, u"b", 8, kFieldU8);
+  moved.Member(kTop, 1).Row(kTop, kMemberField, 2, {}, kRepeatNone, {}, 0);
+  moved.Row(kTop, kMemberMove, 8).Member(kTop, 3);
+  EventParse ignored(moved.db(), 1, {0xFF, 0xFF, 0x42});
+  ASSERT_TRUE(ignored.ok);
+  EXPECT_EQ(Offsets(ignored), (std::vector<std::uint32_t>{0, 0, 3}));
+}
+
 TEST(StructWalk, ExplicitOffsetsAreRelativeToTheEnclosingStruct) {
   TestDb t = Base();
   t.Field(1, u"a", 8, kFieldU8).Field(2, u"b", 8, kFieldU8);
