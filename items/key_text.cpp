@@ -58,9 +58,11 @@ int DigitValue(char16_t c) {
   return 99;
 }
 
-// Reads one number from the start of `text` as wcstoul(text, 0, base) does
-// with a 32-bit unsigned long; base 0 picks 16 for "0x", 8 for a leading
-// "0", else 10. Nothing when no digit is found.
+// Reads one number from the start of `text` as the Windows wcstoul(text,
+// 0, base) does with a 32-bit unsigned long; base 0 picks 16 for "0x", 8
+// for a leading "0", else 10. A "0x" prefix is taken whole even when no
+// hexadecimal digit follows it, so "0x" alone holds no number. Nothing when
+// no digit is found.
 std::optional<std::uint32_t> ReadNumber(std::u16string_view text, int base) {
   std::size_t i = 0;
   while (i < text.size() && IsSpace(text[i])) ++i;
@@ -70,8 +72,7 @@ std::optional<std::uint32_t> ReadNumber(std::u16string_view text, int base) {
     ++i;
   }
   if (base == 0) {
-    if (i + 2 < text.size() && text[i] == u'0' && (text[i + 1] == u'x' || text[i + 1] == u'X') &&
-        DigitValue(text[i + 2]) < 16) {
+    if (i + 1 < text.size() && text[i] == u'0' && (text[i + 1] == u'x' || text[i + 1] == u'X')) {
       base = 16;
       i += 2;
     } else if (i < text.size() && text[i] == u'0') {

@@ -111,7 +111,7 @@ TEST(ParseKeyText, ReadsNumbersLikeTheCLibrary) {
   EXPECT_EQ(ParseKeyText(u"  \t42", 1), (ItemKey{1, 42}));  // leading white space
   EXPECT_EQ(ParseKeyText(u"+42", 1), (ItemKey{1, 42}));
   EXPECT_EQ(ParseKeyText(u"42abc", 1), (ItemKey{1, 42}));  // stops at a non-digit
-  EXPECT_EQ(ParseKeyText(u"0x", 5), (ItemKey{5, 0}));      // "0" then a stray x
+  EXPECT_EQ(ParseKeyText(u"0x0", 5), (ItemKey{5, 0}));
   EXPECT_EQ(ParseKeyText(u"0XfF", 5), (ItemKey{5, 255}));
   EXPECT_EQ(ParseKeyText(u"-1", 8), std::nullopt);  // wraps to 0xFFFFFFFF
   EXPECT_EQ(ParseKeyText(u"0x1/-1", 8), (ItemKey{8, 1, 0xFFFFFFFFu}));
@@ -129,6 +129,11 @@ TEST(ParseKeyText, Refuses) {
   EXPECT_EQ(ParseKeyText(u"00021", 6), std::nullopt);
   EXPECT_EQ(ParseKeyText(u"00021/", 6), std::nullopt);  // nothing after "/"
   EXPECT_EQ(ParseKeyText(u"0x1/x", 8), std::nullopt);
+  // "0x" is a prefix even without a hexadecimal digit after it: no number.
+  EXPECT_EQ(ParseKeyText(u"0x", 5), std::nullopt);
+  EXPECT_EQ(ParseKeyText(u"0xg", 5), std::nullopt);
+  EXPECT_EQ(ParseKeyText(u" -0X", 8), std::nullopt);
+  EXPECT_EQ(ParseKeyText(u"0x/1", 8), std::nullopt);
   EXPECT_EQ(ParseKeyText(u"5/33", 6), std::nullopt);  // level above 32
   EXPECT_EQ(ParseKeyText(u"0x10000", 5), std::nullopt);
 }
