@@ -1,5 +1,6 @@
 #include "items/item_config.h"
 
+#include <algorithm>
 #include <map>
 #include <vector>
 
@@ -18,15 +19,18 @@ constexpr std::uint32_t kKeyedTypes[] = {kItemDiagTx,   kItemDiagRx, kItemSubsys
 
 bool IsBlank(char16_t c) { return c == u' ' || c == u'\t'; }
 
-// A whole piece of decimal digits, blanks around it allowed.
+// A whole piece of decimal digits, blanks around it allowed. Leading zeros
+// count for nothing; a value past the type codes stays past them (it
+// saturates instead of wrapping).
 std::optional<std::uint32_t> ParseTypeCode(std::u16string_view piece) {
   while (!piece.empty() && IsBlank(piece.front())) piece.remove_prefix(1);
   while (!piece.empty() && IsBlank(piece.back())) piece.remove_suffix(1);
-  if (piece.empty() || piece.size() > 9) return std::nullopt;
+  if (piece.empty()) return std::nullopt;
+  constexpr std::uint32_t kPastAnyType = 1000;
   std::uint32_t value = 0;
   for (const char16_t c : piece) {
     if (c < u'0' || c > u'9') return std::nullopt;
-    value = value * 10 + static_cast<std::uint32_t>(c - u'0');
+    value = std::min(value * 10 + static_cast<std::uint32_t>(c - u'0'), kPastAnyType);
   }
   return value;
 }
@@ -185,12 +189,10 @@ void ItemConfig::MoveOtaLogCodes() {
       ++it;
       continue;
     }
-    if (ota->ota_codes.empty()) {
-      otas.insert(ItemKey{kItemOtaLog, code});
-    } else {
-      for (const std::uint32_t kind : ota->ota_codes) {
-        otas.insert(ItemKey{kItemOtaLog, code, kind});
-      }
+    // One OTA key per kind: a row that lists no kinds adds none, and the
+    // log code leaves the configuration.
+    for (const std::uint32_t kind : ota->ota_codes) {
+      otas.insert(ItemKey{kItemOtaLog, code, kind});
     }
     it = logs.erase(it);
   }

@@ -86,9 +86,9 @@ class ItemConfig {
   // leading quote of the value and pieces starting with a quote are
   // skipped) and "Accept Unknowns" (integer, non-zero = on). LOG codes that
   // the database lists as OTA log codes then move into the OTA set, one
-  // key (8, log code, kind) per OTA kind listed under the code (the bare
-  // (8, log code) when none is listed); LOG is disabled when that empties
-  // the log codes, OTA LOG enabled when it fills an empty OTA set. An
+  // key (8, log code, kind) per OTA kind listed under the code (none when
+  // the code lists no kinds); LOG is disabled when that empties the log
+  // codes, OTA LOG enabled when it fills an empty OTA set. An
   // empty section name, a null or unavailable reader or a missing section
   // leave the configuration cleared.
   void Load(std::u16string_view section, SettingsReader* reader);

@@ -229,6 +229,9 @@ TEST_F(ItemConfigTest, LoadItemsListSkipsBadCodes) {
   EXPECT_EQ(config_.EnabledTypes(), (std::set<std::uint32_t>{1, 2, 5}));
   LoadText(u"[Cfg]\nItems=0, 3 ,11,x,,-1,99999999999,10\n");
   EXPECT_EQ(config_.EnabledTypes(), (std::set<std::uint32_t>{0, 3, 10}));
+  // Leading zeros do not make a code long; a long code does not wrap.
+  LoadText(u"[Cfg]\nItems=0000000000007,4294967297,42949672960\n");
+  EXPECT_EQ(config_.EnabledTypes(), (std::set<std::uint32_t>{7}));
   LoadText(u"[Cfg]\nItems=\"\"\n");
   EXPECT_TRUE(config_.EnabledTypes().empty());
 }
@@ -303,8 +306,18 @@ TEST_F(ItemConfigTest, LoadMovesOtaLogCodesIntoTheOtaSet) {
   EXPECT_TRUE(config_.Keys(kItemLog).empty());
   EXPECT_FALSE(config_.IsTypeEnabled(kItemLog));
   EXPECT_TRUE(config_.IsTypeEnabled(kItemOtaLog));
-  EXPECT_EQ(config_.Keys(kItemOtaLog),
-            (std::set<ItemKey>{{8, 0x412F}, {8, 0x713A, 1}, {8, 0x713A, 2}}));
+  // One OTA key per listed kind; the code without kinds adds none.
+  EXPECT_EQ(config_.Keys(kItemOtaLog), (std::set<ItemKey>{{8, 0x713A, 1}, {8, 0x713A, 2}}));
+}
+
+TEST_F(ItemConfigTest, LoadDropsOtaLogCodesWithoutKinds) {
+  AddOtaType(db_, 0x412F, {}, u"No kinds");
+  LoadText(u"[Cfg]\nItems=5\nLog Codes=0x412F\n");
+  EXPECT_TRUE(config_.Keys(kItemLog).empty());
+  EXPECT_TRUE(config_.Keys(kItemOtaLog).empty());
+  // The log-code set emptied: LOG goes. The OTA set stayed empty: OTA LOG
+  // is not enabled.
+  EXPECT_TRUE(config_.EnabledTypes().empty());
 }
 
 TEST_F(ItemConfigTest, LoadKeepsLogTypeWhenOtherLogCodesRemain) {
