@@ -7,10 +7,11 @@
 //
 // The device sends the format string, not the text, so any format may
 // arrive. Substitution goes through the safe formatter: a conversion the
-// 32-bit arguments cannot satisfy ("%s" would read a number as a text
-// pointer, "%n" would write, a lone "%", more conversions than arguments,
-// widths beyond the formatter's limit) turns the whole message into
-// "Error: Invalid message format: <format>". Nothing is ever read outside
+// 32-bit arguments cannot satisfy ("%s" would read a number other than 0 as
+// a text pointer, "%n" would write, a lone "%", more conversions than
+// arguments) turns the whole message into "Error: Invalid message format:
+// <format>". What the Windows runtime prints without fault ("%p", a null
+// "%s", huge widths) prints the same here. Nothing is ever read outside
 // the payload.
 #pragma once
 

@@ -140,24 +140,79 @@ TEST(MessageLine, HostileFormatsGiveTheErrorLine) {
       {"name=%s line", {}},  // no argument at all
       {"%ls %hs %S", {1, 2, 3}},
       {"%*.*s", {4, 4, 0x1000}},
+      {"%S %Z", {1, 2}},
       {"%n", {0}},  // would write through the argument
       {"%d%n", {1, 0}},
-      {"%p", {0x1000}},
       {"%", {}},  // a lone '%'
       {"100%", {1}},
       {"%5", {1}},
       {"%I", {1}},
-      {"%Id", {1}},
+      {"%I6d", {1}},
       {"%q", {1}},
-      {"%d %d", {1}},    // more conversions than arguments
-      {"%99999d", {1}},  // width beyond the formatter's limit
-      {"%.99999d", {1}},
-      {"%*d", {100000, 1}},
+      {"%hhC", {1}},
+      {"%d %d", {1}},  // more conversions than arguments
+      {"%.*p", {}},
+      {"%2147483648d", {1}},  // a width the runtime cannot hold
+      {"%.2147483648d", {1}},
+      {"%70000.70000d", {1}},  // both fields beyond 65536
+      {"%70000.20000d", {1}},
       {"%f", {1}},  // half a double
   };
   for (const auto& [format, args] : cases) {
     EXPECT_EQ(Message(format, args), ErrorFor(format)) << format;
   }
+}
+
+// Conversions that the Windows runtime prints although the safe formatter
+// spells them otherwise.
+TEST(MessageLine, PointersPrintAsEightHexDigits) {
+  EXPECT_EQ(Message("%p", {0x1000}), u"00001000");
+  EXPECT_EQ(Message("[%10p][%-10p]", {0xBEEF, 0xBEEF}), u"[  0000BEEF][0000BEEF  ]");
+  EXPECT_EQ(Message("%#p", {0x1F}), u"0X0000001F");
+  EXPECT_EQ(Message("%010p", {0x1F}), u"  0000001F");  // the precision turns '0' off
+  // The precision is always eight digits; a '*' precision still takes its slot.
+  EXPECT_EQ(Message("%.2p|%.*p|%d", {0x1F, 2, 0x2F, 5}), u"0000001F|0000002F|5");
+  EXPECT_EQ(Message("%*p|%d", {9, 0xFFFFFFFF, 5}), u" FFFFFFFF|5");
+  // A length does not change a pointer's size.
+  EXPECT_EQ(Message("%lp %hp %llp|%d", {0x12345678, 0x12345678, 1, 2}),
+            u"12345678 12345678 00000001|2");
+}
+
+TEST(MessageLine, NullTextPointersPrintNull) {
+  EXPECT_EQ(Message("%s", {0}), u"(null)");
+  EXPECT_EQ(Message("[%8s][%-7s][%.3s]", {0, 0, 0}), u"[  (null)][(null) ][(nu]");
+  EXPECT_EQ(Message("%hs %ls %ws %S %Z|%d", {0, 0, 0, 0, 0, 4}),
+            u"(null) (null) (null) (null) (null)|4");
+  EXPECT_EQ(Message("%s %s", {0, 1}), ErrorFor("%s %s"));
+}
+
+TEST(MessageLine, OtherWidthCharactersAndPointerSizedLengths) {
+  EXPECT_EQ(Message("%C%hC%lC%wC", {0x41, 0x142, 0x263A, 0x43}), u"AB\u263AC");
+  EXPECT_EQ(Message("%Id %Iu %Ix|%zu %td|%d", {0xFFFFFFFF, 0xFFFFFFFF, 255, 7, 0xFFFFFFFF, 9}),
+            u"-1 4294967295 ff|7 -1|9");
+  EXPECT_EQ(Message("%jd|%ju|%d", {1, 1, 0xFFFFFFFF, 0xFFFFFFFF, 3}),
+            u"4294967297|18446744073709551615|3");
+}
+
+// A width or precision beyond 65536 (and within INT_MAX) prints: its
+// padding or zeros fill the whole 4095-character text.
+TEST(MessageLine, HugeFieldsFillTheText) {
+  const std::u16string zeros(kMessageTextBound, u'0');
+  EXPECT_EQ(Message("%99999d", {1}), u"");  // blanks only, trimmed
+  EXPECT_EQ(Message("%2147483647d", {1}), u"");
+  EXPECT_EQ(Message("%099999d", {1}), zeros);
+  EXPECT_EQ(Message("ab%-99999dcd", {1}), u"ab1");
+  EXPECT_EQ(Message("%.99999d", {1}), zeros);
+  EXPECT_EQ(Message("%100.70000x", {1}), zeros);
+  EXPECT_EQ(Message("%70000.5d", {1}), u"");
+  EXPECT_EQ(Message("%-70000.16384d", {1}), zeros);
+  EXPECT_EQ(Message("x%.99999f", {0, 0x3FF00000}), u"x1." + zeros.substr(0, 4092));
+  EXPECT_EQ(Message("%*d", {100000, 1}), u"");
+  EXPECT_EQ(Message("%*d|", {static_cast<std::uint32_t>(-100000), 1}), u"1");
+  EXPECT_EQ(Message("%.*d", {100000, 3}), zeros);
+  EXPECT_EQ(Message("[%.*d]", {static_cast<std::uint32_t>(-100000), 3}), u"[3]");
+  // INT_MIN cannot be negated: the field pads nothing.
+  EXPECT_EQ(Message("[%*d]", {0x80000000u, 5}), u"[5]");
 }
 
 TEST(MessageLine, PercentLiteral) { EXPECT_EQ(Message("100%% of %d", {3}), u"100% of 3"); }
@@ -271,7 +326,7 @@ TEST(FormatDeviceMessage, DirectUse) {
 // the fixed heading columns.
 TEST(MessageLine, RandomPayloadsAreSafe) {
   std::mt19937 rng(7);
-  const std::string alphabet = "%%%dsnxXcufgeE*.-+ #0123456789lhI64wLq\n";
+  const std::string alphabet = "%%%dsnxXcufgeE*.-+ #0123456789lhI64wLqpSZCjzt\n";
   for (int i = 0; i < 3000; ++i) {
     Bytes b(std::uniform_int_distribution<std::size_t>(0, 200)(rng));
     for (auto& byte : b) {
