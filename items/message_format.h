@@ -6,9 +6,9 @@
 //   space trimmed.
 //
 // The device sends the format string, not the text, so any format may
-// arrive. Substitution goes through the safe formatter: a conversion the
-// 32-bit arguments cannot satisfy ("%s" would read a number other than 0 as
-// a text pointer, "%n" would write, a lone "%", more conversions than
+// arrive. Substitution is common/word_format.h's: a conversion the 32-bit
+// arguments cannot satisfy ("%s" would read a number other than 0 as a
+// text pointer, "%n" would write, a lone "%", more conversions than
 // arguments) turns the whole message into "Error: Invalid message format:
 // <format>". What the Windows runtime prints without fault ("%p", a null
 // "%s", huge widths) prints the same here. Nothing is ever read outside

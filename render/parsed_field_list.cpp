@@ -151,7 +151,7 @@ bool ParsedFieldList::BuildSummary() {
   bool all_found = false;
   ResolveNamedEntries(names, named, all_found);
   if (!all_found) return false;
-  std::vector<SummaryWord> words;
+  std::vector<FormatWord> words;
   words.reserve(named.size() * 2);
   for (const ParsedField* e : named) PackSummaryArgument(*e, words);
   return FormatSummary(format, words, summary_);

@@ -318,6 +318,17 @@ TEST(ParsedFieldListSummary, ConversionsThatWouldReadForeignMemoryGiveNoSummary)
   EXPECT_EQ(WordsSummary(u"%*d|", u"lo,hi"), u"1|");  // '*' takes a word
 }
 
+// Summaries read their words as the Windows runtime does, beyond what the
+// safe formatter spells the same way.
+TEST(ParsedFieldListSummary, WindowsOnlyConversionsPrintAsTheRuntimePrintsThem) {
+  EXPECT_EQ(WordsSummary(u"%p", u"lo"), u"00000001");  // a 32-bit pointer
+  EXPECT_EQ(WordsSummary(u"%zu|%Id|%td", u"lo,hi,big"), u"1|1|3");
+  EXPECT_EQ(WordsSummary(u"%jd", u"big"), u"21474836483");  // intmax_t: two words
+  EXPECT_EQ(WordsSummary(u"[%S]", u"e"), u"[T]");           // a narrow text in a wide printf
+  EXPECT_EQ(WordsSummary(u"[%C]", u"lo"), u"[\u0001]");
+  EXPECT_EQ(WordsSummary(u"%p", u"e"), u"");  // a text's address is no number
+}
+
 TEST(ParsedFieldListSummary, NamesAreTrimmedOfEveryBlankCharacter) {
   EXPECT_EQ(WordsSummary(u"%u %u", u"\vlo\f,\t hi \r\n"), u"1 1");
 }
