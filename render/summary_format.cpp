@@ -50,7 +50,8 @@ bool FormatSummary(std::u16string_view format, std::span<const FormatWord> words
                    std::u16string& out) {
   const std::optional<std::u16string> text = FormatWords(format, words);
   if (!text) return false;
-  out += *text;
+  // The summary is a C string: a printed NUL character ends it.
+  out.append(*text, 0, text->find(u'\0'));
   return true;
 }
 

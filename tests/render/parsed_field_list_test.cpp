@@ -329,6 +329,10 @@ TEST(ParsedFieldListSummary, WindowsOnlyConversionsPrintAsTheRuntimePrintsThem) 
   EXPECT_EQ(WordsSummary(u"%p", u"e"), u"");  // a text's address is no number
 }
 
+TEST(ParsedFieldListSummary, APrintedNulCharacterEndsTheSummary) {
+  EXPECT_EQ(WordsSummary(u"a%cb %u", u"zero,lo"), u"a");
+}
+
 TEST(ParsedFieldListSummary, NamesAreTrimmedOfEveryBlankCharacter) {
   EXPECT_EQ(WordsSummary(u"%u %u", u"\vlo\f,\t hi \r\n"), u"1 1");
 }
