@@ -2,80 +2,36 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "common/item_type_text.h"
 
 namespace quillon {
 namespace {
 
-TEST(ItemKey, EmptyAndUnknownTypesAreInvalid) {
-  EXPECT_FALSE(ItemKey().IsValid());
-  EXPECT_FALSE((ItemKey{11}).IsValid());
-  EXPECT_FALSE((ItemKey{0xFFFFFFFF, 1}).IsValid());
+std::string Show(const std::vector<std::uint32_t>& key) {
+  std::string s;
+  for (const auto e : key) s += std::to_string(e) + " ";
+  return s;
 }
 
-TEST(ItemKey, Malformed) {
-  EXPECT_TRUE((ItemKey{kItemMalformed}).IsValid());
-  EXPECT_TRUE((ItemKey{kItemMalformed, 0xFFFFFFFF}).IsValid());
-  EXPECT_TRUE((ItemKey{kItemMalformed, 1, 2, 3, 4}).IsValid());
-}
-
-TEST(ItemKey, Diag) {
-  for (std::uint32_t type : {kItemDiagRx, kItemDiagTx}) {
-    EXPECT_TRUE((ItemKey{type, 0}).IsValid());
-    EXPECT_TRUE((ItemKey{type, 255}).IsValid());
-    EXPECT_FALSE((ItemKey{type, 256}).IsValid());
-    EXPECT_FALSE((ItemKey{type}).IsValid());
-    EXPECT_FALSE((ItemKey{type, 1, 1}).IsValid());
-  }
-}
-
-TEST(ItemKey, Gps) {
-  EXPECT_TRUE((ItemKey{kItemGps}).IsValid());
-  EXPECT_FALSE((ItemKey{kItemGps, 0}).IsValid());
-}
-
-TEST(ItemKey, Event) {
-  EXPECT_TRUE((ItemKey{kItemEvent, 4095}).IsValid());
-  EXPECT_FALSE((ItemKey{kItemEvent, 4096}).IsValid());
-  EXPECT_FALSE((ItemKey{kItemEvent}).IsValid());
-}
-
-TEST(ItemKey, Log) {
-  EXPECT_TRUE((ItemKey{kItemLog, 65535}).IsValid());
-  EXPECT_FALSE((ItemKey{kItemLog, 65536}).IsValid());
-  EXPECT_FALSE((ItemKey{kItemLog, 1, 1}).IsValid());
-}
-
-TEST(ItemKey, MessageLevelBoundIsInclusive32) {
-  EXPECT_TRUE((ItemKey{kItemMsg, 65535, 32}).IsValid());
-  EXPECT_FALSE((ItemKey{kItemMsg, 0, 33}).IsValid());
-  EXPECT_FALSE((ItemKey{kItemMsg, 65536, 0}).IsValid());
-  EXPECT_FALSE((ItemKey{kItemMsg, 1}).IsValid());
-  EXPECT_FALSE((ItemKey{kItemMsg, 1, 1, 1}).IsValid());
-}
-
-TEST(ItemKey, String) {
-  EXPECT_TRUE((ItemKey{kItemString, 4}).IsValid());
-  EXPECT_FALSE((ItemKey{kItemString, 5}).IsValid());
-  EXPECT_FALSE((ItemKey{kItemString}).IsValid());
-}
-
-TEST(ItemKey, OtaLogNeedsALogCodeAndAcceptsAnyTail) {
-  EXPECT_FALSE((ItemKey{kItemOtaLog}).IsValid());
-  EXPECT_TRUE((ItemKey{kItemOtaLog, 0x713A}).IsValid());
-  EXPECT_TRUE((ItemKey{kItemOtaLog, 0x713A, 1, 0xFFFFFFFF, 17}).IsValid());
-  EXPECT_TRUE((ItemKey{kItemOtaLog, 65535}).IsValid());
-  EXPECT_FALSE((ItemKey{kItemOtaLog, 65536, 1}).IsValid());
-}
-
-TEST(ItemKey, Subsys) {
-  for (std::uint32_t type : {kItemSubsysRx, kItemSubsysTx}) {
-    EXPECT_TRUE((ItemKey{type, 255, 65535}).IsValid());
-    EXPECT_FALSE((ItemKey{type, 256, 0}).IsValid());
-    EXPECT_FALSE((ItemKey{type, 0, 65536}).IsValid());
-    EXPECT_FALSE((ItemKey{type, 18}).IsValid());
-    EXPECT_FALSE((ItemKey{type, 18, 42, 0}).IsValid());
-  }
+TEST(ItemKey, ValidityRules) {
+  // clang-format off
+  const std::vector<std::uint32_t> valid[] = {
+      {kItemMalformed}, {kItemMalformed, 0xFFFFFFFF}, {kItemMalformed, 1, 2, 3, 4},
+      {kItemDiagRx, 0}, {kItemDiagTx, 255}, {kItemGps}, {kItemEvent, 4095}, {kItemLog, 65535},
+      {kItemMsg, 65535, 32}, {kItemString, 4}, {kItemOtaLog, 0x713A, 1, 0xFFFFFFFF, 17},
+      {kItemOtaLog, 65535}, {kItemSubsysRx, 255, 65535}, {kItemSubsysTx, 255, 65535}};
+  const std::vector<std::uint32_t> invalid[] = {
+      {}, {11}, {0xFFFFFFFF, 1}, {kItemDiagRx, 256}, {kItemDiagTx, 256}, {kItemDiagRx},
+      {kItemDiagTx, 1, 1}, {kItemGps, 0}, {kItemEvent, 4096}, {kItemEvent}, {kItemLog, 65536},
+      {kItemLog, 1, 1}, {kItemMsg, 0, 33}, {kItemMsg, 65536, 0}, {kItemMsg, 1}, {kItemMsg, 1, 1, 1},
+      {kItemString, 5}, {kItemString}, {kItemOtaLog}, {kItemOtaLog, 65536, 1},
+      {kItemSubsysRx, 256, 0}, {kItemSubsysTx, 0, 65536}, {kItemSubsysRx, 18},
+      {kItemSubsysTx, 18, 42, 0}};
+  // clang-format on
+  for (const auto& key : valid) EXPECT_TRUE(ItemKey(key).IsValid()) << Show(key);
+  for (const auto& key : invalid) EXPECT_FALSE(ItemKey(key).IsValid()) << Show(key);
 }
 
 TEST(ItemTypeText, EveryCodeAndUnknown) {
