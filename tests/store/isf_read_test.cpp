@@ -6,9 +6,7 @@
 #include <functional>
 #include <memory>
 
-#include "common/mis_exception.h"
 #include "isf_test_support.h"
-#include "store/isf_format.h"
 #include "store/item_store_file.h"
 #include "store/mapped_item_store_file.h"
 #include "store/open_item_store_file.h"
@@ -21,20 +19,7 @@ using isf::StoreU16;
 using isf::StoreU32;
 using isf::StoreU64;
 
-constexpr std::size_t kRecords = 4 + isf::kBlockSize;
-
-template <typename F>
-std::uint32_t CodeOf(F&& f) {
-  try {
-    f();
-  } catch (const cMISException& e) {
-    return e.Code();
-  }
-  return 0;
-}
-
-// The ways of reading a closed file: the read-write class opened read-only
-// and read-write, and the mapped class.
+// The read-write class opened read-only and read-write, and the mapped class.
 enum class Reader { kPlainReadOnly, kPlainReadWrite, kMapped };
 
 std::unique_ptr<ItemStoreFile> OpenWith(Reader reader, const std::u16string& path) {
@@ -48,12 +33,18 @@ std::unique_ptr<ItemStoreFile> OpenWith(Reader reader, const std::u16string& pat
   return file;
 }
 
+// A temporary file holding `bytes`.
+std::unique_ptr<TempFile> FileOf(const std::vector<std::uint8_t>& bytes) {
+  auto temp = std::make_unique<TempFile>();
+  WriteBytes(temp->path(), bytes);
+  return temp;
+}
+
 class IsfReadEachClass : public ::testing::TestWithParam<Reader> {};
 
-TEST_P(IsfReadEachClass, ReadsTheFixtureItemsBack) {
-  TempFile temp;
-  std::filesystem::copy_file(FixturePath("small.isf"), temp.path());
-  const auto file = OpenWith(GetParam(), temp.u16());
+TEST_P(IsfReadEachClass, ReadsTheFixtureItemsBackAndRefusesOtherIndexes) {
+  const auto temp = FileOf(ReadBytes(FixturePath("small.isf")));
+  const auto file = OpenWith(GetParam(), temp->u16());
   const auto expected = SmallFixtureItems();
   ASSERT_EQ(file->GetItemCount(), expected.size());
   EXPECT_EQ(file->GetBlockCount(), 1u);
@@ -70,12 +61,6 @@ TEST_P(IsfReadEachClass, ReadsTheFixtureItemsBack) {
               ItemTimestamp::FromMilliseconds(expected[n].timestamp.ToMilliseconds()))
         << n;
   }
-}
-
-TEST_P(IsfReadEachClass, IndexErrors) {
-  TempFile temp;
-  std::filesystem::copy_file(FixturePath("small.isf"), temp.path());
-  const auto file = OpenWith(GetParam(), temp.u16());
   EXPECT_EQ(CodeOf([&] { file->ReadItem(20); }), 160u);
   EXPECT_EQ(CodeOf([&] { file->ReadItem(8192); }), 1003u);
   EXPECT_EQ(CodeOf([&] { file->ReadItem(0xFFFFFFFF); }), 1003u);
@@ -106,17 +91,16 @@ TEST_P(IsfReadEachClass, CorruptEntriesAreRefusedOneByOne) {
   // view from it, so its corruption must not make the others unreadable.
   for (const std::uint32_t victim : {3u, 19u}) {
     for (const Corruption& c : corruptions) {
-      TempFile temp;
       auto bytes = ReadBytes(FixturePath("small.isf"));
       c.apply(&bytes[4 + victim * 7]);
-      WriteBytes(temp.path(), bytes);
+      const auto temp = FileOf(bytes);
       if (GetParam() == Reader::kPlainReadWrite && victim == 19 && c.code == 13) {
         // A read-write open cuts the trailer at the end of the last record,
         // so a corrupt last entry already fails the open.
-        EXPECT_EQ(CodeOf([&] { OpenWith(GetParam(), temp.u16()); }), 13u) << c.what;
+        EXPECT_EQ(CodeOf([&] { OpenWith(GetParam(), temp->u16()); }), 13u) << c.what;
         continue;
       }
-      const auto file = OpenWith(GetParam(), temp.u16());
+      const auto file = OpenWith(GetParam(), temp->u16());
       EXPECT_EQ(CodeOf([&] { file->ReadItem(victim); }), c.code) << c.what << " @" << victim;
       for (std::uint32_t n = 0; n < 20; ++n) {
         if (n == victim) continue;
@@ -139,18 +123,16 @@ TEST_P(IsfReadEachClass, AuxiliaryValueIsReadButNotCarried) {
   const std::vector<std::uint8_t> trailer{0, 0, 0, 0, 0,    0,    0,    0,
                                           1, 0, 0, 0, 0x07, 0x31, 0x60, 0xAB};
   bytes.insert(bytes.end(), trailer.begin(), trailer.end());
-  TempFile temp;
-  WriteBytes(temp.path(), bytes);
-  const auto file = OpenWith(GetParam(), temp.u16());
+  const auto temp = FileOf(bytes);
+  const auto file = OpenWith(GetParam(), temp->u16());
   const ItemPtr item = file->ReadItem(0);
   ASSERT_EQ(item->GetPayloadLength(), 2u);
-  EXPECT_EQ(item->GetPayload()[0], 0x0C);
-  EXPECT_EQ(item->GetPayload()[1], 0x7E);
+  EXPECT_EQ(std::vector<std::uint8_t>(item->GetPayload(), item->GetPayload() + 2),
+            (std::vector<std::uint8_t>{0x0C, 0x7E}));
   EXPECT_EQ(item->AuxValue(), 0xFFFFFFFFu);
   EXPECT_EQ(item->Timestamp(), ItemTimestamp::FromMilliseconds(kSomeMs + 9));
-  const RecordExtent extent = file->GetRecordExtent(0);
-  EXPECT_EQ(extent.offset, kRecords);
-  EXPECT_EQ(extent.size, 7u);
+  EXPECT_EQ(file->GetRecordExtent(0).offset, kRecords);
+  EXPECT_EQ(file->GetRecordExtent(0).size, 7u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Classes, IsfReadEachClass,
@@ -173,32 +155,11 @@ TEST(IsfOpen, RefusesFilesThatAreNotClosedItemStoreFiles) {
       {"wrong trailer magic", bad_magic, 13},
   };
   for (const Case& c : cases) {
-    TempFile temp;
-    WriteBytes(temp.path(), c.bytes);
+    const auto temp = FileOf(c.bytes);
     for (Reader r : {Reader::kPlainReadOnly, Reader::kMapped}) {
-      EXPECT_EQ(CodeOf([&] { OpenWith(r, temp.u16()); }), c.code) << c.what;
+      EXPECT_EQ(CodeOf([&] { OpenWith(r, temp->u16()); }), c.code) << c.what;
     }
   }
-}
-
-TEST(IsfOpen, ChecksTheBlockChainAgainstTheFile) {
-  TempFile temp;
-  auto bytes = ReadBytes(FixturePath("small.isf"));
-  // A count needing a second block that the chain does not have.
-  auto more = bytes;
-  StoreU32(&more[more.size() - 8], 9000);
-  WriteBytes(temp.path(), more);
-  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kMapped, temp.u16()); }), 24u);
-  // A link out of the file.
-  auto link = bytes;
-  StoreU32(&link[link.size() - 8], 9000);
-  StoreU64(&link[4 + isf::kIndexSize], 1u << 30);
-  WriteBytes(temp.path(), link);
-  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kPlainReadOnly, temp.u16()); }), 13u);
-  // A link backwards.
-  StoreU64(&link[4 + isf::kIndexSize], 4);
-  WriteBytes(temp.path(), link);
-  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kMapped, temp.u16()); }), 13u);
 }
 
 // Block 0 of the fixture, its link pointing at `next`, with room for a whole
@@ -217,13 +178,22 @@ std::vector<std::uint8_t> FixtureLinkedTo(std::uint64_t next, bool trailer) {
   return bytes;
 }
 
-TEST(IsfOpen, ALinkMustPointPastTheBlockThatHoldsIt) {
-  TempFile temp;
-  WriteBytes(temp.path(), FixtureLinkedTo(kRecords - 8, true));
-  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kPlainReadOnly, temp.u16()); }), 13u);
-  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kMapped, temp.u16()); }), 13u);
-  WriteBytes(temp.path(), FixtureLinkedTo(kRecords, true));
-  EXPECT_EQ(OpenWith(Reader::kMapped, temp.u16())->GetBlockCount(), 2u);
+TEST(IsfOpen, ChecksTheBlockChainAgainstTheFile) {
+  auto bytes = ReadBytes(FixturePath("small.isf"));
+  // A count needing a second block that the chain does not have.
+  StoreU32(&bytes[bytes.size() - 8], 9000);
+  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kMapped, FileOf(bytes)->u16()); }), 24u);
+  // A link out of the file, and a link backwards.
+  StoreU64(&bytes[4 + isf::kIndexSize], 1u << 30);
+  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kPlainReadOnly, FileOf(bytes)->u16()); }), 13u);
+  StoreU64(&bytes[4 + isf::kIndexSize], 4);
+  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kMapped, FileOf(bytes)->u16()); }), 13u);
+  // A link must point past the block that holds it.
+  const auto into = FileOf(FixtureLinkedTo(kRecords - 8, true));
+  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kPlainReadOnly, into->u16()); }), 13u);
+  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kMapped, into->u16()); }), 13u);
+  const auto past = FileOf(FixtureLinkedTo(kRecords, true));
+  EXPECT_EQ(OpenWith(Reader::kMapped, past->u16())->GetBlockCount(), 2u);
 }
 
 TEST(IsfOpen, MappedClassRefusesWriting) {
@@ -241,25 +211,21 @@ TEST(IsfOpen, MappedClassRefusesWriting) {
 }
 
 TEST(IsfOpen, ChoosesTheFileClassByLayoutAndMode) {
-  const std::u16string fixture = FixturePath("small.isf").u16string();
-  auto mapped = OpenItemStoreFile(fixture, true, false, nullptr);
+  const auto fixture = ReadBytes(FixturePath("small.isf"));
+  auto mapped = OpenItemStoreFile(FixturePath("small.isf").u16string(), true, false, nullptr);
   EXPECT_NE(dynamic_cast<MappedItemStoreFile*>(mapped.get()), nullptr);
   EXPECT_EQ(mapped->GetItemCount(), 20u);
 
-  TempFile copy;
-  std::filesystem::copy_file(FixturePath("small.isf"), copy.path());
-  auto plain = OpenItemStoreFile(copy.u16(), false, false, nullptr);
+  const auto copy = FileOf(fixture);
+  auto plain = OpenItemStoreFile(copy->u16(), false, false, nullptr);
   EXPECT_EQ(dynamic_cast<MappedItemStoreFile*>(plain.get()), nullptr);
   EXPECT_FALSE(plain->GetFileInfo().read_only);
   plain.reset();
 
   // Without its trailer the file is only opened when recovery is allowed.
-  TempFile cut;
-  auto bytes = ReadBytes(FixturePath("small.isf"));
-  bytes.resize(bytes.size() - 16);
-  WriteBytes(cut.path(), bytes);
-  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(cut.u16(), true, false, nullptr); }), 13u);
-  auto recovered = OpenItemStoreFile(cut.u16(), true, true, nullptr);
+  const auto cut = FileOf({fixture.begin(), fixture.end() - 16});
+  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(cut->u16(), true, false, nullptr); }), 13u);
+  auto recovered = OpenItemStoreFile(cut->u16(), true, true, nullptr);
   EXPECT_EQ(dynamic_cast<MappedItemStoreFile*>(recovered.get()), nullptr);
   EXPECT_EQ(recovered->GetItemCount(), 20u);
 
@@ -267,25 +233,20 @@ TEST(IsfOpen, ChoosesTheFileClassByLayoutAndMode) {
   TempFile missing;
   EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(missing.u16(), true, true, nullptr); }), 2u);
   EXPECT_FALSE(std::filesystem::exists(missing.path()));
-}
 
-TEST(IsfOpen, OlderLayoutIsRecognisedAndRefused) {
-  TempFile temp;
+  // The older layout is recognised by its closed mark and refused.
   std::vector<std::uint8_t> older(229384 + 8, 0);
   StoreU32(&older[older.size() - 8], 5);
   StoreU32(&older[older.size() - 4], isf::kOlderTrailerMark);
-  WriteBytes(temp.path(), older);
-  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(temp.u16(), true, true, nullptr); }), 50u);
-  // Without the closed mark it is just not an item store file.
+  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(FileOf(older)->u16(), true, true, nullptr); }), 50u);
   older.back() = 0x7F;
-  WriteBytes(temp.path(), older);
-  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(temp.u16(), true, true, nullptr); }), 13u);
-  WriteBytes(temp.path(), {1, 2, 3});
-  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(temp.u16(), true, true, nullptr); }), 13u);
+  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(FileOf(older)->u16(), true, true, nullptr); }), 13u);
+  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(FileOf({1, 2, 3})->u16(), true, true, nullptr); }), 13u);
 }
 
-// A file with `items` small items, closed; returns its bytes.
-std::vector<std::uint8_t> WriteSmallFile(const TempFile& temp, std::uint32_t items) {
+// A closed file with `items` small items.
+std::vector<std::uint8_t> SmallFileBytes(std::uint32_t items) {
+  TempFile temp;
   ItemStoreFile file;
   file.Create(temp.u16());
   for (std::uint32_t i = 0; i < items; ++i) {
@@ -298,15 +259,13 @@ std::vector<std::uint8_t> WriteSmallFile(const TempFile& temp, std::uint32_t ite
 }
 
 TEST(IsfRecover, ACutAtEveryByteOfTheLastRecordKeepsTheItemsBeforeIt) {
-  TempFile source;
-  const auto bytes = WriteSmallFile(source, 5);
+  const auto bytes = SmallFileBytes(5);
   const std::size_t end = bytes.size() - 16;
   const std::size_t last_record = end - 7;  // 1-byte delta + 6 payload bytes
   for (std::size_t cut = last_record; cut <= end; ++cut) {
-    TempFile temp;
-    WriteBytes(temp.path(), std::vector<std::uint8_t>(bytes.begin(), bytes.begin() + cut));
+    const auto temp = FileOf({bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(cut)});
     ItemStoreFile file;
-    file.OpenUnterminated(temp.u16(), nullptr);
+    file.OpenUnterminated(temp->u16(), nullptr);
     const std::uint32_t expected = cut == end ? 5 : 4;
     ASSERT_EQ(file.GetItemCount(), expected) << cut;
     for (std::uint32_t n = 0; n < expected; ++n) {
@@ -317,45 +276,34 @@ TEST(IsfRecover, ACutAtEveryByteOfTheLastRecordKeepsTheItemsBeforeIt) {
     EXPECT_EQ(file.AppendItem(item.get()), expected + 1);
     file.Close();
     ItemStoreFile reopened;
-    reopened.Open(temp.u16(), true, nullptr);
+    reopened.Open(temp->u16(), true, nullptr);
     ASSERT_EQ(reopened.GetItemCount(), expected + 1) << cut;
     EXPECT_EQ(reopened.ReadItem(expected)->GetPayload()[1], 0x99) << cut;
   }
 }
 
-TEST(IsfRecover, RefusesFilesWithoutAWholeBlockOrMagic) {
-  TempFile source;
-  auto bytes = WriteSmallFile(source, 1);
-  TempFile temp;
-  WriteBytes(temp.path(), std::vector<std::uint8_t>(bytes.begin(), bytes.begin() + kRecords));
+TEST(IsfRecover, RefusesBadFilesAndStopsAtTheFirstCorruptEntry) {
+  auto bytes = SmallFileBytes(5);
   ItemStoreFile file;
-  EXPECT_EQ(CodeOf([&] { file.OpenUnterminated(temp.u16(), nullptr); }), 160u);
-  bytes[0] = 0;
-  WriteBytes(temp.path(), bytes);
-  EXPECT_EQ(CodeOf([&] { file.OpenUnterminated(temp.u16(), nullptr); }), 13u);
+  // Not a whole block; no magic; a link into the block that holds it.
+  const auto part = FileOf({bytes.begin(), bytes.begin() + kRecords});
+  EXPECT_EQ(CodeOf([&] { file.OpenUnterminated(part->u16(), nullptr); }), 160u);
+  auto no_magic = bytes;
+  no_magic[0] = 0;
+  EXPECT_EQ(CodeOf([&] { file.OpenUnterminated(FileOf(no_magic)->u16(), nullptr); }), 13u);
+  const auto into = FileOf(FixtureLinkedTo(kRecords - 8, false));
+  EXPECT_EQ(CodeOf([&] { file.OpenUnterminated(into->u16(), nullptr); }), 13u);
   EXPECT_FALSE(file.IsOpen());
-}
 
-TEST(IsfRecover, ALinkIntoTheBlockThatHoldsItFails) {
-  TempFile temp;
-  WriteBytes(temp.path(), FixtureLinkedTo(kRecords - 8, false));
-  ItemStoreFile file;
-  EXPECT_EQ(CodeOf([&] { file.OpenUnterminated(temp.u16(), nullptr); }), 13u);
-  EXPECT_FALSE(file.IsOpen());
-  WriteBytes(temp.path(), FixtureLinkedTo(kRecords, false));
-  file.OpenUnterminated(temp.u16(), nullptr);
+  const auto past = FileOf(FixtureLinkedTo(kRecords, false));
+  file.OpenUnterminated(past->u16(), nullptr);
   EXPECT_EQ(file.GetBlockCount(), 2u);
   EXPECT_EQ(file.GetItemCount(), 20u);
-}
+  file.Close();
 
-TEST(IsfRecover, StopsAtTheFirstCorruptEntry) {
-  TempFile source;
-  auto bytes = WriteSmallFile(source, 5);
   StoreU16(&bytes[4 + 2 * 7 + 5], 0);  // entry 2: length 0
-  TempFile temp;
-  WriteBytes(temp.path(), bytes);
-  ItemStoreFile file;
-  file.OpenUnterminated(temp.u16(), nullptr);
+  const auto corrupt = FileOf(bytes);
+  file.OpenUnterminated(corrupt->u16(), nullptr);
   EXPECT_EQ(file.GetItemCount(), 2u);
 }
 
@@ -370,21 +318,18 @@ class CountingSink : public ProgressSink {
 TEST(IsfOpen, ReportsProgressEvery64Blocks) {
   // 65 linked blocks; only the first item of the last block is written.
   const std::uint32_t blocks = 65;
-  std::vector<std::uint8_t> bytes(4 + std::size_t{blocks} * isf::kBlockSize, 0);
+  std::vector<std::uint8_t> bytes(4 + std::size_t{blocks} * isf::kBlockSize + 16, 0);
   StoreU32(&bytes[0], isf::kMagic);
   for (std::uint32_t b = 0; b + 1 < blocks; ++b) {
     const std::size_t at = 4 + std::size_t{b} * isf::kBlockSize;
     StoreU64(&bytes[at + isf::kIndexSize], at + isf::kBlockSize);
   }
-  const std::vector<std::uint8_t> trailer(16, 0);
-  bytes.insert(bytes.end(), trailer.begin(), trailer.end());
   StoreU32(&bytes[bytes.size() - 8], (blocks - 1) * 8192 + 1);
   StoreU32(&bytes[bytes.size() - 4], isf::kMagic);
-  TempFile temp;
-  WriteBytes(temp.path(), bytes);
+  const auto temp = FileOf(bytes);
   CountingSink sink;
   MappedItemStoreFile file;
-  file.Open(temp.u16(), true, &sink);
+  file.Open(temp->u16(), true, &sink);
   EXPECT_EQ(file.GetBlockCount(), blocks);
   EXPECT_EQ(sink.calls, std::vector<std::uint32_t>{64});
 }
@@ -394,8 +339,7 @@ TEST(IsfMapped, KeepsSixBlocksMappedAndUnmapsTheOldestFirst) {
   {
     ItemStoreFile file;
     file.Create(temp.u16());
-    const std::uint32_t count = 7 * 8192 + 1;
-    for (std::uint32_t i = 0; i < count; ++i) {
+    for (std::uint32_t i = 0; i < 7 * 8192 + 1; ++i) {
       const auto item =
           MakeItem(kItemDiagTx, TimeAtMs(kSomeMs + i),
                    {0x0C, static_cast<std::uint8_t>(i), static_cast<std::uint8_t>(i >> 8),
@@ -413,15 +357,16 @@ TEST(IsfMapped, KeepsSixBlocksMappedAndUnmapsTheOldestFirst) {
     EXPECT_EQ(p[1] | (p[2] << 8) | (p[3] << 16), static_cast<int>(n));
     EXPECT_EQ(item->Timestamp(), ItemTimestamp::FromMilliseconds(kSomeMs + n));
   };
+  using Blocks = std::vector<std::uint32_t>;
   for (std::uint32_t b = 0; b < 6; ++b) check(b * 8192 + 8191);
-  EXPECT_EQ(file.MappedBlocks(), (std::vector<std::uint32_t>{0, 1, 2, 3, 4, 5}));
+  EXPECT_EQ(file.MappedBlocks(), (Blocks{0, 1, 2, 3, 4, 5}));
   check(3 * 8192);  // already mapped: nothing changes
-  EXPECT_EQ(file.MappedBlocks(), (std::vector<std::uint32_t>{0, 1, 2, 3, 4, 5}));
+  EXPECT_EQ(file.MappedBlocks(), (Blocks{0, 1, 2, 3, 4, 5}));
   check(7 * 8192);
-  EXPECT_EQ(file.MappedBlocks(), (std::vector<std::uint32_t>{1, 2, 3, 4, 5, 7}));
+  EXPECT_EQ(file.MappedBlocks(), (Blocks{1, 2, 3, 4, 5, 7}));
   check(6 * 8192 + 17);
   check(5);
-  EXPECT_EQ(file.MappedBlocks(), (std::vector<std::uint32_t>{3, 4, 5, 7, 6, 0}));
+  EXPECT_EQ(file.MappedBlocks(), (Blocks{3, 4, 5, 7, 6, 0}));
   file.Close();
   EXPECT_TRUE(file.MappedBlocks().empty());
 }

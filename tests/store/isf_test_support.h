@@ -17,9 +17,25 @@
 #include "common/item_database_view.h"
 #include "common/item_record.h"
 #include "common/item_timestamp.h"
+#include "common/mis_exception.h"
+#include "store/isf_format.h"
 #include "store/item_factory.h"
 
 namespace quillon::testing {
+
+// The start of block 0's records area.
+inline constexpr std::size_t kRecords = 4 + isf::kBlockSize;
+
+// The error code thrown by `f`, 0 if none.
+template <typename F>
+std::uint32_t CodeOf(F&& f) {
+  try {
+    f();
+  } catch (const cMISException& e) {
+    return e.Code();
+  }
+  return 0;
+}
 
 // A unique path in the system's temporary folder, removed when destroyed.
 class TempFile {
@@ -65,14 +81,12 @@ inline ItemPtr MakeItem(std::uint32_t type_code, ItemTimestamp timestamp,
                     true, NullItemDatabaseView::Instance());
 }
 
-// A timestamp whose millisecond value (as stored in a file) is exactly `ms`:
-// half a millisecond in, so that the integer conversions cannot round down
+// A timestamp half a millisecond into `ms`, so that no conversion rounds
 // across the millisecond boundary.
 inline ItemTimestamp TimeAtMs(std::uint64_t ms) {
   return ItemTimestamp::FromFileTime(ms * 10000 + 5000);
 }
 
-// 2015-03-03 or so; any whole millisecond well after the epoch.
 inline constexpr std::uint64_t kSomeMs = 13069000000000ULL;
 
 // A small DIAG TX item: command byte 0x0C and one varying byte.

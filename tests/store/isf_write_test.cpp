@@ -3,11 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <tuple>
 
-#include "common/mis_exception.h"
 #include "isf_test_support.h"
 #include "platform/file.h"
-#include "store/isf_format.h"
 #include "store/item_store_file.h"
 
 namespace quillon {
@@ -18,48 +17,29 @@ using isf::LoadU16;
 using isf::LoadU32;
 using isf::LoadU64;
 
-constexpr std::size_t kRecords = 4 + isf::kBlockSize;  // records area of block 0
-
-template <typename F>
-std::uint32_t CodeOf(F&& f) {
-  try {
-    f();
-  } catch (const cMISException& e) {
-    return e.Code();
-  }
-  return 0;
-}
-
-void WriteFixtureItems(ItemStoreFile& file) {
-  for (const FixtureItem& f : SmallFixtureItems()) {
-    const ItemPtr item = MakeItem(f.type_code, f.timestamp, f.payload);
-    ASSERT_TRUE(item);
-    ASSERT_EQ(item->TypeCode(), f.type_code) << "fixture item degraded";
-    file.AppendItem(item.get());
-  }
-}
-
 TEST(IsfWrite, ReproducesTheCommittedFixtureByteForByte) {
   TempFile temp;
   ItemStoreFile file;
   file.Create(temp.u16());
-  WriteFixtureItems(file);
+  EXPECT_EQ(std::filesystem::file_size(temp.path()), 4u);  // only the magic
+  EXPECT_EQ(file.GetBlockCount(), 0u);
+  for (const FixtureItem& f : SmallFixtureItems()) {
+    const ItemPtr item = MakeItem(f.type_code, f.timestamp, f.payload);
+    ASSERT_EQ(item->TypeCode(), f.type_code) << "fixture item degraded";
+    file.AppendItem(item.get());
+    if (file.GetItemCount() == 1) {
+      EXPECT_EQ(file.GetBlockCount(), 1u);
+      EXPECT_EQ(std::filesystem::file_size(temp.path()), kRecords + 3);
+      EXPECT_TRUE(file.IsModified());
+    }
+  }
   EXPECT_EQ(file.GetItemCount(), 20u);
   file.Close();
-  const auto written = ReadBytes(temp.path());
-  const auto fixture = ReadBytes(FixturePath("small.isf"));
-  ASSERT_EQ(written.size(), fixture.size());
-  EXPECT_TRUE(written == fixture);
-}
-
-TEST(IsfWrite, FixtureBytesAreTheDocumentedLayout) {
-  const auto bytes = ReadBytes(FixturePath("small.isf"));
+  const auto bytes = ReadBytes(temp.path());
   ASSERT_EQ(bytes.size(), 57599u);
-  // Magic.
-  EXPECT_EQ(bytes[0], 0x07);
-  EXPECT_EQ(bytes[1], 0x31);
-  EXPECT_EQ(bytes[2], 0x60);
-  EXPECT_EQ(bytes[3], 0xAB);
+  EXPECT_TRUE(bytes == ReadBytes(FixturePath("small.isf")));
+  EXPECT_EQ(std::vector<std::uint8_t>(bytes.begin(), bytes.begin() + 4),
+            (std::vector<std::uint8_t>{0x07, 0x31, 0x60, 0xAB}));
   // First entry: DIAG TX with a 1-byte delta, record offset 0, 2 bytes.
   EXPECT_EQ(bytes[4], 0x02);
   EXPECT_EQ(LoadU32(&bytes[5]), 0u);
@@ -78,19 +58,6 @@ TEST(IsfWrite, FixtureBytesAreTheDocumentedLayout) {
   EXPECT_EQ(LoadU64(&bytes[t]), 0u);
   EXPECT_EQ(LoadU32(&bytes[t + 8]), 20u);
   EXPECT_EQ(LoadU32(&bytes[t + 12]), isf::kMagic);
-}
-
-TEST(IsfWrite, CreateWritesOnlyTheMagicAndTheFirstAppendStartsBlockZero) {
-  TempFile temp;
-  ItemStoreFile file;
-  file.Create(temp.u16());
-  EXPECT_EQ(std::filesystem::file_size(temp.path()), 4u);
-  EXPECT_EQ(file.GetBlockCount(), 0u);
-  const auto item = DiagTx(TimeAtMs(kSomeMs));
-  EXPECT_EQ(file.AppendItem(item.get()), 1u);
-  EXPECT_EQ(file.GetBlockCount(), 1u);
-  EXPECT_EQ(std::filesystem::file_size(temp.path()), kRecords + 3);
-  EXPECT_TRUE(file.IsModified());
 }
 
 TEST(IsfWrite, TheItem8193StartsBlockOneLinkedFromBlockZero) {
@@ -122,13 +89,9 @@ TEST(IsfWrite, TheItem8193StartsBlockOneLinkedFromBlockZero) {
   EXPECT_EQ(LoadU32(&bytes[bytes.size() - 8]), 8193u);
 }
 
-// Appends a base item and one item `delta` ms later (or earlier) and returns
-// the flags and time field of the second record.
-struct Stored {
-  std::uint8_t flags;
-  std::vector<std::uint8_t> time;
-};
-Stored StoreWithDelta(std::int64_t delta) {
+// The flags and time field of an item stored `delta` ms after (or before)
+// the block's first item.
+std::pair<std::uint8_t, std::vector<std::uint8_t>> StoreWithDelta(std::int64_t delta) {
   TempFile temp;
   ItemStoreFile file;
   file.Create(temp.u16());
@@ -140,63 +103,54 @@ Stored StoreWithDelta(std::int64_t delta) {
   file.Close();
   const auto bytes = ReadBytes(temp.path());
   const std::uint8_t flags = bytes[4 + 7];
-  const std::uint32_t offset = LoadU32(&bytes[4 + 8]);
-  const std::uint32_t size = isf::RecordHeaderSize(flags);
-  const auto* time = &bytes[kRecords + offset];
-  return {flags, std::vector<std::uint8_t>(time, time + size)};
+  const auto* time = &bytes[kRecords + LoadU32(&bytes[4 + 8])];
+  return {flags, std::vector<std::uint8_t>(time, time + isf::RecordHeaderSize(flags))};
 }
 
+std::vector<std::uint8_t> Le64(std::uint64_t v) {
+  std::vector<std::uint8_t> bytes(8);
+  for (int i = 0; i < 8; ++i)
+    bytes[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(v >> (8 * i));
+  return bytes;
+}
+
+// The bounds are exclusive; an item earlier than its block's base is stored
+// with its absolute time.
 TEST(IsfWrite, TimeEncodingsAtTheirExactBounds) {
   using V = std::vector<std::uint8_t>;
-  struct Case {
-    std::int64_t delta;
-    std::uint8_t flags;
-    V time;
-  };
-  const std::uint64_t before = kSomeMs - 1;
-  const std::uint64_t huge = kSomeMs + 0xFFFFFFFFULL;
-  const Case cases[] = {
+  const std::tuple<std::int64_t, std::uint8_t, V> cases[] = {
+      {0, 0x02, V{0x00}},
       {254, 0x02, V{0xFE}},
       {255, 0x22, V{0xFF, 0x00}},
       {65534, 0x22, V{0xFE, 0xFF}},
       {65535, 0x42, V{0xFF, 0xFF, 0x00, 0x00}},
       {0xFFFFFFFELL, 0x42, V{0xFE, 0xFF, 0xFF, 0xFF}},
-      {0xFFFFFFFFLL, 0x62, V{}},
-      {-1, 0x62, V{}},
+      {0xFFFFFFFFLL, 0x62, Le64(kSomeMs + 0xFFFFFFFFULL)},
+      {-1, 0x62, Le64(kSomeMs - 1)},
   };
-  for (const Case& c : cases) {
-    const Stored stored = StoreWithDelta(c.delta);
-    EXPECT_EQ(stored.flags, c.flags) << c.delta;
-    if (!c.time.empty()) {
-      EXPECT_EQ(stored.time, c.time) << c.delta;
-    } else {
-      ASSERT_EQ(stored.time.size(), 8u);
-      EXPECT_EQ(LoadU64(stored.time.data()), c.delta < 0 ? before : huge) << c.delta;
-    }
+  for (const auto& [delta, flags, time] : cases) {
+    EXPECT_EQ(StoreWithDelta(delta), std::pair(flags, time)) << delta;
   }
 }
 
-TEST(IsfWrite, SubMillisecondsAreDroppedWhenStored) {
-  TempFile temp;
+TEST(IsfWrite, AppendRules) {
   ItemStoreFile file;
-  file.Create(temp.u16());
-  const ItemTimestamp t = TimeAtMs(kSomeMs);
-  const auto item = DiagTx(ItemTimestamp(t.Raw() + 0x9000));  // ~0.7 ms later
-  file.AppendItem(item.get());
-  const auto read = file.ReadItem(0);
-  EXPECT_EQ(read->Timestamp(), ItemTimestamp::FromMilliseconds(item->Timestamp().ToMilliseconds()));
-  EXPECT_NE(read->Timestamp(), item->Timestamp());
-}
-
-TEST(IsfWrite, RefusesNullAndReadOnlyAppends) {
-  TempFile temp;
-  ItemStoreFile file;
-  EXPECT_EQ(CodeOf([&] { file.Create(u""); }), 160u);
-  file.Create(temp.u16());
-  EXPECT_EQ(CodeOf([&] { file.AppendItem(nullptr); }), 160u);
   const auto item = DiagTx(TimeAtMs(kSomeMs));
-  file.AppendItem(item.get());
+  EXPECT_NE(CodeOf([&] { file.AppendItem(item.get()); }), 0u);  // not open
+  EXPECT_EQ(CodeOf([&] { file.Create(u""); }), 160u);
+  EXPECT_TRUE(file.GetFileInfo().path.empty());
+  TempFile temp;
+  file.Create(temp.u16());
+  EXPECT_EQ(file.GetFileInfo().path, temp.u16());
+  EXPECT_EQ(CodeOf([&] { file.AppendItem(nullptr); }), 160u);
+  // Fractions of a millisecond are dropped.
+  const auto fine = DiagTx(ItemTimestamp(TimeAtMs(kSomeMs).Raw() + 0x9000));  // ~0.7 ms later
+  file.AppendItem(fine.get());
+  const auto read = file.ReadItem(0);
+  EXPECT_EQ(read->Timestamp(), ItemTimestamp::FromMilliseconds(fine->Timestamp().ToMilliseconds()));
+  EXPECT_NE(read->Timestamp(), fine->Timestamp());
   file.Close();
+  EXPECT_TRUE(file.GetFileInfo().path.empty());
 
   ItemStoreFile reader;
   reader.Open(temp.u16(), true, nullptr);
@@ -204,41 +158,32 @@ TEST(IsfWrite, RefusesNullAndReadOnlyAppends) {
   EXPECT_EQ(CodeOf([&] { reader.StartBlock(*item); }), 50u);
 }
 
-TEST(IsfWrite, AppendingToAClosedObjectFails) {
-  ItemStoreFile file;
-  const auto item = DiagTx(TimeAtMs(kSomeMs));
-  EXPECT_NE(CodeOf([&] { file.AppendItem(item.get()); }), 0u);
+platform::FileTime WriteTimeOf(const TempFile& temp, platform::FileTime set = 0) {
+  platform::File f;
+  EXPECT_EQ(f.Open(temp.u16(), platform::FileAccess::kReadWrite,
+                   platform::FileDisposition::kOpenExisting),
+            0u);
+  if (set != 0) {
+    EXPECT_EQ(f.SetLastWriteTime(set), 0u);
+  }
+  platform::FileTime time = 0;
+  EXPECT_EQ(f.GetLastWriteTime(time), 0u);
+  return time;
 }
 
 TEST(IsfWrite, ReopeningReadWriteWithoutAppendsKeepsSizeAndWriteTime) {
   TempFile temp;
   std::filesystem::copy_file(FixturePath("small.isf"), temp.path());
-  platform::FileTime old_time = 0;
-  {
-    platform::File f;
-    ASSERT_EQ(f.Open(temp.u16(), platform::FileAccess::kReadWrite,
-                     platform::FileDisposition::kOpenExisting),
-              0u);
-    ASSERT_EQ(f.SetLastWriteTime(130000000000000000ULL), 0u);  // back in 2012
-    ASSERT_EQ(f.GetLastWriteTime(old_time), 0u);
-  }
+  const platform::FileTime old_time = WriteTimeOf(temp, 130000000000000000ULL);  // 2012
   const auto before = ReadBytes(temp.path());
-
   ItemStoreFile file;
   file.Open(temp.u16(), false, nullptr);
   // The trailer is cut while the file is open for writing.
   EXPECT_EQ(std::filesystem::file_size(temp.path()), before.size() - 16);
   EXPECT_EQ(file.GetItemCount(), 20u);
   file.Close();
-
   EXPECT_EQ(ReadBytes(temp.path()), before);
-  platform::File f;
-  ASSERT_EQ(
-      f.Open(temp.u16(), platform::FileAccess::kRead, platform::FileDisposition::kOpenExisting),
-      0u);
-  platform::FileTime new_time = 0;
-  ASSERT_EQ(f.GetLastWriteTime(new_time), 0u);
-  EXPECT_EQ(new_time, old_time);
+  EXPECT_EQ(WriteTimeOf(temp), old_time);
 }
 
 TEST(IsfWrite, ReopeningAndAppendingContinuesTheRecordsArea) {
@@ -263,6 +208,7 @@ TEST(IsfWrite, ReopeningAndAppendingContinuesTheRecordsArea) {
 TEST(IsfTemporary, DeletedOnCloseUnlessKept) {
   const auto dir = std::filesystem::temp_directory_path();
   ItemStoreFile file;
+  EXPECT_EQ(file.MakeTemporaryName(), u"Items.isf");  // without a directory
   file.SetTemporaryDirectory(dir.u16string());
   file.CreateTemporary();
   const auto info = file.GetFileInfo();
@@ -271,6 +217,11 @@ TEST(IsfTemporary, DeletedOnCloseUnlessKept) {
   const std::filesystem::path path(info.path);
   EXPECT_EQ(path.parent_path(), (dir / "x").parent_path());
   EXPECT_TRUE(std::filesystem::exists(path));
+  // Names in the same directory differ.
+  const std::u16string next = file.MakeTemporaryName();
+  EXPECT_NE(next, info.path);
+  EXPECT_NE(next.find(u"Items"), std::u16string::npos);
+  EXPECT_EQ(next.substr(next.size() - 4), u".isf");
   const auto item = DiagTx(TimeAtMs(kSomeMs));
   file.AppendItem(item.get());
   file.Close();
@@ -278,6 +229,10 @@ TEST(IsfTemporary, DeletedOnCloseUnlessKept) {
 
   file.CreateTemporary();
   const std::filesystem::path kept(file.GetFileInfo().path);
+  ItemStoreFile other;
+  other.SetTemporaryDirectory(dir.u16string());
+  other.CreateTemporary();
+  EXPECT_NE(other.GetFileInfo().path, kept.u16string());
   file.SetKeep(true);
   file.AppendItem(item.get());
   file.Close();
@@ -289,38 +244,6 @@ TEST(IsfTemporary, DeletedOnCloseUnlessKept) {
   EXPECT_FALSE(reopened.GetFileInfo().temporary);
   reopened.Close();
   std::filesystem::remove(kept);
-}
-
-TEST(IsfTemporary, TwoNamesInTheSameDirectoryDiffer) {
-  const auto dir = std::filesystem::temp_directory_path();
-  ItemStoreFile a;
-  ItemStoreFile b;
-  a.SetTemporaryDirectory(dir.u16string());
-  b.SetTemporaryDirectory(dir.u16string());
-  a.CreateTemporary();
-  b.CreateTemporary();
-  EXPECT_NE(a.GetFileInfo().path, b.GetFileInfo().path);
-  const std::u16string next = a.MakeTemporaryName();
-  EXPECT_NE(next, a.GetFileInfo().path);
-  EXPECT_NE(next, b.GetFileInfo().path);
-  EXPECT_NE(next.find(u"Items"), std::u16string::npos);
-  EXPECT_EQ(next.substr(next.size() - 4), u".isf");
-}
-
-TEST(IsfTemporary, WithoutADirectoryTheNameIsFixed) {
-  ItemStoreFile file;
-  EXPECT_EQ(file.MakeTemporaryName(), u"Items.isf");
-}
-
-TEST(IsfFileInfo, EmptyWhenClosed) {
-  ItemStoreFile file;
-  EXPECT_TRUE(file.GetFileInfo().path.empty());
-  EXPECT_FALSE(file.IsOpen());
-  TempFile temp;
-  file.Create(temp.u16());
-  EXPECT_EQ(file.GetFileInfo().path, temp.u16());
-  file.Close();
-  EXPECT_TRUE(file.GetFileInfo().path.empty());
 }
 
 }  // namespace

@@ -8,7 +8,6 @@
 #include <memory>
 #include <optional>
 
-#include "common/mis_exception.h"
 #include "isf_test_support.h"
 #include "store/item_store_file.h"
 #include "store/item_store_index.h"
@@ -56,16 +55,24 @@ std::u16string StringText(const ItemRecord& item) {
 
 std::uint32_t HeaderWord(const ItemRecord& item) { return isf::LoadU32(item.GetPayload()); }
 
-TEST(ItemStoreAccess, IndexErrorsCarryTheirCategories) {
+// A store over a newly created file.
+class ItemStoreTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(store.AttachFile(CreatedFile(temp), 0, u"")); }
+  TempFile temp;
+  ItemStore store;
+};
+
+TEST_F(ItemStoreTest, IndexErrorsCarryTheirCategories) {
   ItemStore no_file;
   EXPECT_TRUE(no_file.IsReady());
   EXPECT_EQ(no_file.GetItemCount(), 0u);
   EXPECT_EQ(FailureOf([&] { no_file.GetItem(0); }), (Failure{0, 1003}));
+  EXPECT_EQ(FailureOf([&] { no_file.AddItem(DiagTx(TimeAtMs(kSomeMs))); }), (Failure{0, 1003}));
+  EXPECT_FALSE(no_file.AttachFile(std::make_unique<ItemStoreFile>(), 0, u"name"));  // not open
 
-  TempFile temp;
-  ItemStore store;
-  ASSERT_TRUE(store.AttachFile(CreatedFile(temp), 0, u""));
   EXPECT_EQ(FailureOf([&] { store.GetItem(0); }), (Failure{0, 1003}));
+  EXPECT_EQ(FailureOf([&] { store.AddItem(nullptr); }), (Failure{1, 160}));
   store.AddItem(DiagTx(TimeAtMs(kSomeMs)));
   store.AddItem(DiagTx(TimeAtMs(kSomeMs)));
   EXPECT_EQ(store.GetItemCount(), 2u);
@@ -74,17 +81,7 @@ TEST(ItemStoreAccess, IndexErrorsCarryTheirCategories) {
   EXPECT_EQ(FailureOf([&] { store.GetItem(1); }), Failure{});
 }
 
-TEST(ItemStoreAccess, AttachRefusesAClosedFile) {
-  ItemStore store;
-  EXPECT_FALSE(store.AttachFile(std::make_unique<ItemStoreFile>(), 0, u"name"));
-  EXPECT_TRUE(store.IsReady());
-  EXPECT_EQ(FailureOf([&] { store.AddItem(DiagTx(TimeAtMs(kSomeMs))); }), (Failure{0, 1003}));
-}
-
-TEST(ItemStoreAccess, OldItemsComeFromTheFileWithMillisecondPrecision) {
-  TempFile temp;
-  ItemStore store;
-  ASSERT_TRUE(store.AttachFile(CreatedFile(temp), 0, u""));
+TEST_F(ItemStoreTest, OldItemsComeFromTheFileWithMillisecondPrecision) {
   std::vector<ItemTimestamp> times;
   for (std::uint32_t i = 0; i < 2001; ++i) {
     // A fraction of a tick that the file cannot keep.
@@ -108,60 +105,48 @@ TEST(ItemStoreAccess, OldItemsComeFromTheFileWithMillisecondPrecision) {
   EXPECT_EQ(a->GetPayload(), b->GetPayload());
 }
 
-TEST(ItemStoreAdd, AddItemRefusesNull) {
-  TempFile temp;
-  ItemStore store;
-  ASSERT_TRUE(store.AttachFile(CreatedFile(temp), 0, u""));
-  EXPECT_EQ(FailureOf([&] { store.AddItem(nullptr); }), (Failure{1, 160}));
-  EXPECT_EQ(store.GetItemCount(), 0u);
-}
-
-TEST(ItemStoreAdd, CopiesKeepTheirTimestampAndBuffersGetTheCurrentTime) {
-  TempFile temp;
-  ItemStore store;
-  ASSERT_TRUE(store.AttachFile(CreatedFile(temp), 0, u""));
+// A copy keeps its timestamp and is cloned without validation, so an item
+// that is not valid stays what it is and the file refuses it; a buffer gets
+// the current time and is validated, an invalid one kept as MALFORMED.
+TEST_F(ItemStoreTest, CopiesAndBuffers) {
   const ItemPtr original = DiagTx(ItemTimestamp(0x123456789ABCULL), 5);
   EXPECT_EQ(store.AddCopy(*original), 0u);
-  const ItemPtr copy = store.GetItem(0);
-  EXPECT_EQ(copy->Timestamp(), original->Timestamp());
-  EXPECT_EQ(copy->TypeCode(), kItemDiagTx);
+  EXPECT_EQ(store.GetItem(0)->Timestamp(), original->Timestamp());
+  EXPECT_EQ(store.GetItem(0)->TypeCode(), kItemDiagTx);
 
   const std::uint8_t bytes[] = {0x0C, 9};
   const ItemTimestamp before = ItemTimestamp::Now();
   EXPECT_EQ(store.AddFromBuffer(kItemDiagRx, ItemBufferRef::Make(bytes, 2), 0x1234), 1u);
-  const ItemPtr made = store.GetItem(1);
-  EXPECT_EQ(made->TypeCode(), kItemDiagRx);
-  EXPECT_GE(made->Timestamp(), before);
-
+  EXPECT_EQ(store.GetItem(1)->TypeCode(), kItemDiagRx);
+  EXPECT_GE(store.GetItem(1)->Timestamp(), before);
   EXPECT_EQ(FailureOf([&] { store.AddFromBuffer(11, ItemBufferRef::Make(bytes, 2), 0); }),
             (Failure{2, 8}));
   EXPECT_EQ(FailureOf([&] { store.AddFromBuffer(kItemDiagRx, ItemBufferRef(), 0); }),
             (Failure{2, 8}));
-  EXPECT_EQ(store.GetItemCount(), 2u);
-}
 
-// A copy is cloned without validation, so an item that is not valid stays
-// what it is and the file refuses it; a buffer is validated and an invalid
-// one is kept as MALFORMED.
-TEST(ItemStoreAdd, CopiesAreNotValidatedButBuffersAre) {
-  TempFile temp;
-  ItemStore store;
-  ASSERT_TRUE(store.AttachFile(CreatedFile(temp), 0, u""));
   const std::vector<std::uint8_t> short_log{0x10, 0x00, 0x14, 0x00, 0x14, 0x00, 0xEB, 0x11};
   const ItemPtr invalid = CreateItem({kItemLog, TimeAtMs(kSomeMs)},
                                      ItemBufferRef::Make(short_log.data(), short_log.size()), false,
                                      NullItemDatabaseView::Instance());
   ASSERT_FALSE(invalid->IsValid());
   EXPECT_EQ(FailureOf([&] { store.AddCopy(*invalid); }), (Failure{0, 160}));
-  EXPECT_EQ(store.GetItemCount(), 0u);
-  EXPECT_EQ(store.AddFromBuffer(kItemLog, invalid->Buffer(), 0xFFFFFFFF), 0u);
-  EXPECT_EQ(store.GetItem(0)->TypeCode(), kItemMalformed);
+  EXPECT_EQ(store.GetItemCount(), 2u);
+  EXPECT_EQ(store.AddFromBuffer(kItemLog, invalid->Buffer(), 0xFFFFFFFF), 2u);
+  EXPECT_EQ(store.GetItem(2)->TypeCode(), kItemMalformed);
 }
 
-TEST(ItemStoreAdd, StringItemsOnePerNonEmptyLine) {
-  TempFile temp;
-  ItemStore store;
-  ASSERT_TRUE(store.AttachFile(CreatedFile(temp), 0, u""));
+TEST_F(ItemStoreTest, StringItemsOnePerNonEmptyLine) {
+  // Errors add nothing: no text, an unknown string type, a line too long for
+  // one payload (checked before anything is added).
+  EXPECT_EQ(FailureOf([&] { store.AddStringItem(std::u16string_view(), 0, 0); }),
+            (Failure{1, 160}));
+  EXPECT_EQ(FailureOf([&] { store.AddStringItem(u"", 0, 0); }), (Failure{1, 160}));
+  EXPECT_EQ(FailureOf([&] { store.AddStringItem(u"x", 5, 0); }), (Failure{1, 160}));
+  const std::u16string text = u"short\n" + std::u16string(5000, u'x');
+  EXPECT_EQ(FailureOf([&] { store.AddStringItem(text, 0, 0); }), (Failure{2, 8}));
+  store.AddStringItem(u"\n\r\n", 0, 0);  // only empty lines: no error
+  EXPECT_EQ(store.GetItemCount(), 0u);
+
   // A line of only "\r" is empty once its carriage return goes; only one
   // carriage return is removed.
   store.AddStringItem(u"first\r\n\nsecond line\n\r\nthird\n\r\r", 3, 0x123456);
@@ -174,32 +159,14 @@ TEST(ItemStoreAdd, StringItemsOnePerNonEmptyLine) {
     EXPECT_EQ(item->GetPayloadLength(), 4 + 2 * expected[n].size() + 2);
     EXPECT_EQ(StringText(*item), expected[n]) << n;
   }
-}
-
-TEST(ItemStoreAdd, StringHeaderWordPlacesColourAndType) {
   EXPECT_EQ(ItemStore::StringHeaderWord(0, 0x0000FF), 0xC0000000u | (0xFFu << 6));
   EXPECT_EQ(ItemStore::StringHeaderWord(4, 0xFF0000), 0xC0000000u | (0xFFu << 22) | 4u);
   EXPECT_EQ(ItemStore::StringHeaderWord(1, 0xFF123456), 0xC0000000u | (0x123456u << 6) | 1u);
 }
 
-TEST(ItemStoreAdd, StringItemErrorsAddNothing) {
-  TempFile temp;
-  ItemStore store;
-  ASSERT_TRUE(store.AttachFile(CreatedFile(temp), 0, u""));
-  EXPECT_EQ(FailureOf([&] { store.AddStringItem(std::u16string_view(), 0, 0); }),
-            (Failure{1, 160}));
-  EXPECT_EQ(FailureOf([&] { store.AddStringItem(u"", 0, 0); }), (Failure{1, 160}));
-  EXPECT_EQ(FailureOf([&] { store.AddStringItem(u"x", 5, 0); }), (Failure{1, 160}));
-  // A line too long for one payload fails before anything is added.
-  const std::u16string text = u"short\n" + std::u16string(5000, u'x');
-  EXPECT_EQ(FailureOf([&] { store.AddStringItem(text, 0, 0); }), (Failure{2, 8}));
-  EXPECT_EQ(store.GetItemCount(), 0u);
-  // Only empty lines: nothing to add, no error.
-  store.AddStringItem(u"\n\r\n", 0, 0);
-  EXPECT_EQ(store.GetItemCount(), 0u);
-}
-
-TEST(ItemStoreAttach, TemporaryNamedStoreStartsWithItsName) {
+// A named store over a temporary file starts with its name; over an ordinary
+// file it adds nothing. Destroying the store closes the file.
+TEST(ItemStoreAttach, NamedStores) {
   auto file = std::make_unique<ItemStoreFile>();
   file->SetTemporaryDirectory(std::filesystem::temp_directory_path().u16string());
   file->CreateTemporary();
@@ -214,27 +181,19 @@ TEST(ItemStoreAttach, TemporaryNamedStoreStartsWithItsName) {
     EXPECT_EQ(HeaderWord(*item), 0xC0000000u | (0xFFFFFFu << 6));
     EXPECT_EQ(StringText(*item), u"Drive test 7");
   }
-  EXPECT_FALSE(std::filesystem::exists(path));  // closed and deleted with the store
-}
+  EXPECT_FALSE(std::filesystem::exists(path));
 
-TEST(ItemStoreAttach, NamedStoreOverAnOrdinaryFileAddsNothing) {
-  TempFile temp;
-  ItemStore store;
-  ASSERT_TRUE(store.AttachFile(CreatedFile(temp), 0, u"name"));
-  EXPECT_EQ(store.GetItemCount(), 0u);
-  EXPECT_EQ(store.Name(), u"name");
-}
-
-TEST(ItemStoreAttach, DestroyingTheStoreClosesTheFileWithItsTrailer) {
   TempFile temp;
   {
     ItemStore store;
-    ASSERT_TRUE(store.AttachFile(CreatedFile(temp), 0, u""));
+    ASSERT_TRUE(store.AttachFile(CreatedFile(temp), 0, u"name"));
+    EXPECT_EQ(store.GetItemCount(), 0u);
+    EXPECT_EQ(store.Name(), u"name");
     store.AddItem(DiagTx(TimeAtMs(kSomeMs)));
   }
-  ItemStoreFile file;
-  file.Open(temp.u16(), true, nullptr);
-  EXPECT_EQ(file.GetItemCount(), 1u);
+  ItemStoreFile file_after;
+  file_after.Open(temp.u16(), true, nullptr);  // closed with its trailer
+  EXPECT_EQ(file_after.GetItemCount(), 1u);
 }
 
 class ColourDatabase final : public ItemDatabaseView {
