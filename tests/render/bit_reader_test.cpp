@@ -25,39 +25,35 @@ std::uint64_t ReferenceRead(const std::vector<std::uint8_t>& bytes, std::uint32_
   return v;
 }
 
-TEST(BitReader, ReadsAcrossByteBoundaryInBothOrders) {
-  const std::uint8_t bytes[] = {0xC0, 0x01};
-  BitReader lsb(bytes, 2);
-  lsb.SetPosition(6);
-  std::uint8_t v = 0xFF;
-  ASSERT_EQ(lsb.Read(3, v), kBitReadOk);
-  EXPECT_EQ(v, 7);
-  EXPECT_EQ(lsb.Position(), 9u);
-
-  BitReader msb(bytes, 2);
-  msb.SetBitOrder(kMsbFirst);
-  msb.SetPosition(6);
-  v = 0xFF;
-  ASSERT_EQ(msb.Read(3, v), kBitReadOk);
-  EXPECT_EQ(v, 0);
-}
-
-TEST(BitReader, ByteAlignedWordsAreLittleEndianLsbFirstAndBigEndianMsbFirst) {
-  const std::uint8_t bytes[] = {0x78, 0x56, 0x34, 0x12, 0xEF, 0xCD, 0xAB, 0x90};
-  BitReader r(bytes, sizeof bytes);
-  std::uint32_t w = 0;
-  ASSERT_EQ(r.Read(32, w), kBitReadOk);
-  EXPECT_EQ(w, 0x12345678u);
-  r.SetPosition(0);
-  std::uint64_t q = 0;
-  ASSERT_EQ(r.Read(64, q), kBitReadOk);
-  EXPECT_EQ(q, 0x90ABCDEF12345678ull);
-
-  BitReader m(bytes, sizeof bytes);
-  m.SetBitOrder(kMsbFirst);
-  std::uint16_t h = 0;
-  ASSERT_EQ(m.Read(16, h), kBitReadOk);
-  EXPECT_EQ(h, 0x7856);
+// The shortcuts (in-byte, aligned bytes and words) and the general path must
+// agree with the bit-by-bit definition at every position and width.
+TEST(BitReader, EveryPositionAndWidthMatchesTheBitwiseDefinition) {
+  std::mt19937 rng(12345);
+  std::vector<std::uint8_t> bytes(24);
+  for (auto& b : bytes) b = static_cast<std::uint8_t>(rng());
+  for (std::uint8_t order : {kLsbFirst, kMsbFirst}) {
+    for (std::uint32_t pos = 0; pos < 80; ++pos) {
+      for (std::uint32_t n = 1; n <= 64; ++n) {
+        BitReader r(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+        r.SetBitOrder(order);
+        r.SetPosition(pos);
+        const std::uint64_t want = ReferenceRead(bytes, pos, n, order);
+        std::uint64_t v = 0;
+        ASSERT_EQ(r.Read(n, v), kBitReadOk);
+        ASSERT_EQ(v, want) << "order " << int(order) << " pos " << pos << " n " << n;
+        ASSERT_EQ(r.Position(), pos + n);
+        std::uint8_t b = 0;
+        std::uint16_t h = 0;
+        std::uint32_t w = 0;
+        r.SetPosition(pos);
+        if (n <= 8) ASSERT_TRUE(r.Read(n, b) == kBitReadOk && b == want);
+        r.SetPosition(pos);
+        if (n <= 16) ASSERT_TRUE(r.Read(n, h) == kBitReadOk && h == want);
+        r.SetPosition(pos);
+        if (n <= 32) ASSERT_TRUE(r.Read(n, w) == kBitReadOk && w == want);
+      }
+    }
+  }
 }
 
 TEST(BitReader, ResultCodesLeaveThePositionUnchanged) {
@@ -79,88 +75,33 @@ TEST(BitReader, ResultCodesLeaveThePositionUnchanged) {
   EXPECT_EQ(h, 0x1FFF);
   EXPECT_EQ(r.Read(1, b), kBitReadNoData);  // at the end
   EXPECT_EQ(r.Position(), 16u);
-}
+  r.SetPosition(1000);  // clamped to the length
+  EXPECT_EQ(r.Position(), 16u);
+  r.SetPosition(std::uint64_t{1} << 40);
+  EXPECT_EQ(r.Position(), 16u);
 
-TEST(BitReader, EmptyAndNullReadersHaveNothing) {
   BitReader null_reader(nullptr, 10);
   EXPECT_EQ(null_reader.Length(), 0u);
-  std::uint8_t b = 0;
   EXPECT_EQ(null_reader.Read(1, b), kBitReadNoData);
-  BitReader r;
-  r.SetPosition(100);
-  EXPECT_EQ(r.Position(), 0u);
-}
-
-TEST(BitReader, PositionIsClampedToTheLength) {
-  const std::uint8_t bytes[] = {1, 2, 3};
-  BitReader r(bytes, 3);
-  r.SetPosition(1000);
-  EXPECT_EQ(r.Position(), 24u);
-  r.SetPosition(std::uint64_t{1} << 40);
-  EXPECT_EQ(r.Position(), 24u);
+  BitReader empty;
+  empty.SetPosition(100);
+  EXPECT_EQ(empty.Position(), 0u);
 }
 
 TEST(BitReader, SignedReadsExtendFromTheReadWidth) {
   const std::uint8_t bytes[] = {0x10, 0xFF, 0x7F, 0x80};
   BitReader r(bytes, sizeof bytes);
-  std::int8_t s8 = 0;
-  ASSERT_EQ(r.Read(5, s8), kBitReadOk);  // 0b10000
-  EXPECT_EQ(s8, -16);
-  r.SetPosition(0);
-  ASSERT_EQ(r.Read(4, s8), kBitReadOk);  // 0b0000
-  EXPECT_EQ(s8, 0);
-  r.SetPosition(8);
-  std::int16_t s16 = 0;
-  ASSERT_EQ(r.Read(16, s16), kBitReadOk);  // 0x7FFF: full width, positive
-  EXPECT_EQ(s16, 0x7FFF);
-  r.SetPosition(0);
-  std::int32_t s32 = 0;
-  ASSERT_EQ(r.Read(32, s32), kBitReadOk);
-  EXPECT_EQ(s32, static_cast<std::int32_t>(0x807FFF10u));
-  r.SetPosition(8);
-  std::int64_t s64 = 0;
-  ASSERT_EQ(r.Read(8, s64), kBitReadOk);
-  EXPECT_EQ(s64, -1);
-  r.SetPosition(8);
-  std::int8_t full = 0;
-  ASSERT_EQ(r.Read(8, full), kBitReadOk);
-  EXPECT_EQ(full, -1);
-}
-
-// The shortcuts (in-byte, aligned bytes and words) and the general path must
-// agree with the bit-by-bit definition at every position and width.
-TEST(BitReader, EveryPositionAndWidthMatchesTheBitwiseDefinition) {
-  std::mt19937 rng(12345);
-  std::vector<std::uint8_t> bytes(24);
-  for (auto& b : bytes) b = static_cast<std::uint8_t>(rng());
-  const auto total = static_cast<std::uint32_t>(bytes.size() * 8);
-  for (std::uint8_t order : {kLsbFirst, kMsbFirst}) {
-    for (std::uint32_t pos = 0; pos < 80; ++pos) {
-      for (std::uint32_t n = 1; n <= 64; ++n) {
-        BitReader r(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-        r.SetBitOrder(order);
-        r.SetPosition(pos);
-        std::uint64_t v = 0;
-        ASSERT_EQ(r.Read(n, v), kBitReadOk);
-        ASSERT_EQ(v, ReferenceRead(bytes, pos, n, order))
-            << "order " << int(order) << " pos " << pos << " n " << n;
-        ASSERT_EQ(r.Position(), pos + n);
-        ASSERT_LE(r.Position(), total);
-        if (n <= 8) {
-          std::uint8_t b = 0;
-          r.SetPosition(pos);
-          ASSERT_EQ(r.Read(n, b), kBitReadOk);
-          ASSERT_EQ(b, ReferenceRead(bytes, pos, n, order));
-        }
-        if (n <= 32) {
-          std::uint32_t w = 0;
-          r.SetPosition(pos);
-          ASSERT_EQ(r.Read(n, w), kBitReadOk);
-          ASSERT_EQ(w, ReferenceRead(bytes, pos, n, order));
-        }
-      }
-    }
-  }
+  auto read = [&r](std::uint32_t pos, std::uint32_t n, auto v) {
+    r.SetPosition(pos);
+    EXPECT_EQ(r.Read(n, v), kBitReadOk);
+    return static_cast<std::int64_t>(v);
+  };
+  EXPECT_EQ(read(0, 5, std::int8_t{}), -16);  // 0b10000
+  EXPECT_EQ(read(0, 4, std::int8_t{}), 0);
+  EXPECT_EQ(read(8, 8, std::int8_t{}), -1);
+  EXPECT_EQ(read(8, 16, std::int16_t{}), 0x7FFF);
+  EXPECT_EQ(read(0, 32, std::int32_t{}), static_cast<std::int32_t>(0x807FFF10u));
+  EXPECT_EQ(read(8, 8, std::int64_t{}), -1);
 }
 
 }  // namespace

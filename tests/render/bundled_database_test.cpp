@@ -18,54 +18,48 @@ namespace {
 class BundledDatabase : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    db_ = new Database();
     const auto dir = std::filesystem::path(QUILLON_TEST_DATA) / ".." / ".." / "Database";
-    loaded_ = std::filesystem::exists(dir / "Diag.txt");
-    if (loaded_) db_->Load(dir.u16string(), false);
+    if (std::filesystem::exists(dir / "Diag.txt")) {
+      db_ = new Database();
+      db_->Load(dir.u16string(), false);
+    }
   }
   static void TearDownTestSuite() {
     delete db_;
     db_ = nullptr;
   }
   void SetUp() override {
-    if (!loaded_) GTEST_SKIP() << "no bundled database";
+    if (db_ == nullptr) GTEST_SKIP() << "no bundled database";
   }
-
-  static std::u16string Summary(std::vector<std::uint32_t> keys, std::vector<std::uint8_t> bytes) {
-    ParsedFieldList l(*db_, std::move(keys), bytes.data(),
-                      static_cast<std::uint32_t>(bytes.size()));
-    l.Parse(false, true, true);
-    return l.Summary();
-  }
-
-  static Database* db_;
-  static bool loaded_;
+  static inline Database* db_ = nullptr;
 };
 
-Database* BundledDatabase::db_ = nullptr;
-bool BundledDatabase::loaded_ = false;
-
-TEST_F(BundledDatabase, HandoffEventsAreSummarisedByTheirFixedRule) {
-  EXPECT_EQ(Summary({4, 276}, {5, 0}), u"idle_handoff=5");
-  const std::uint8_t payload[] = {0x2A, 0x00};
-  ParsedFieldList l(*db_, 277, payload, 2);
-  EXPECT_TRUE(l.Parse(false, true, true));
-  EXPECT_EQ(l.Summary(), u"ms_access_handoff=42");
-}
-
-TEST_F(BundledDatabase, FixedAndNumericSummaries) {
-  EXPECT_EQ(Summary({0, 0}, {}), u"Version information request");
-  EXPECT_EQ(Summary({1, 1}, {0x78, 0x56, 0x34, 0x12}), u"ESN 0x12345678");
-  EXPECT_EQ(Summary({1, 29}, {4, 3, 2, 1, 8, 7, 6, 5}), u"Time stamp 0x0506070801020304");
+TEST_F(BundledDatabase, Summaries) {
+  const struct {
+    std::vector<std::uint32_t> keys;
+    std::vector<std::uint8_t> bytes;
+    std::u16string summary;
+  } cases[] = {
+      {{4, 276}, {5, 0}, u"idle_handoff=5"},  // handoffs follow a fixed rule
+      {{4, 277}, {0x2A, 0x00}, u"ms_access_handoff=42"},
+      {{0, 0}, {}, u"Version information request"},
+      {{1, 1}, {0x78, 0x56, 0x34, 0x12}, u"ESN 0x12345678"},
+      {{1, 29}, {4, 3, 2, 1, 8, 7, 6, 5}, u"Time stamp 0x0506070801020304"},
+  };
+  for (const auto& c : cases) {
+    ParsedFieldList l(*db_, c.keys, c.bytes.data(), static_cast<std::uint32_t>(c.bytes.size()));
+    EXPECT_TRUE(l.Parse(false, true, true));
+    EXPECT_EQ(l.Summary(), c.summary);
+  }
 }
 
 TEST_F(BundledDatabase, NestedMostSignificantBitFirstHeaderOfAnIpPacket) {
   // A LOG item, code 4587: packet header, then an IPv4 header read
   // most-significant-bit first.
-  std::vector<std::uint8_t> b = {0x10, 0, 0, 0, 0, 0, 0xEB, 0x11, 0, 0, 0, 0, 0, 0, 0, 0};
-  b.insert(b.end(), {1, 0, 0, 0, 0, 0});
-  b.insert(b.end(), {0x45, 0x00, 0x00, 0x54, 0x12, 0x34, 0x40, 0x00, 64, 1,
-                     0xAB, 0xCD, 10,   0,    0,    1,    10,   0,    0,  2});
+  const std::vector<std::uint8_t> b = {0x10, 0,    0,    0,    0,    0,    0xEB, 0x11, 0,  0, 0,
+                                       0,    0,    0,    0,    0,    1,    0,    0,    0,  0, 0,
+                                       0x45, 0x00, 0x00, 0x54, 0x12, 0x34, 0x40, 0x00, 64, 1, 0xAB,
+                                       0xCD, 10,   0,    0,    1,    10,   0,    0,    2};
   ItemRecord::Header header;
   header.type_code = kItemLog;
   auto item = CreateItem(header, ItemBufferRef::Make(b.data(), b.size()), true,

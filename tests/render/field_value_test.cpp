@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,277 +12,178 @@
 namespace quillon {
 namespace {
 
-FieldRecord Def(std::uint32_t type, std::uint32_t bits, bool hex = false,
-                std::int32_t kind = kFieldPlain) {
-  FieldRecord f;
-  f.id = 1;
-  f.name = u"f";
-  f.type = type;
-  f.bit_size = bits;
-  f.hexadecimal = hex;
-  f.kind = kind;
-  return f;
-}
+using Bytes = std::vector<std::uint8_t>;
 
-// Keeps its own copy of the definition, which the entry points to.
+// Reads one field of the given definition from `bytes`.
 struct Read {
-  Read(const FieldRecord& definition, std::vector<std::uint8_t> payload, std::uint32_t pos = 0,
-       const Database* db = nullptr, bool text = true)
-      : def(definition), bytes(std::move(payload)) {
+  Read(std::uint32_t type, std::uint32_t bits, Bytes payload, bool hex = false,
+       std::int32_t kind = kFieldPlain, const Database* db = nullptr, bool text = true)
+      : bytes(std::move(payload)) {
+    def.id = 1;
+    def.name = u"f";
+    def.type = type;
+    def.bit_size = bits;
+    def.hexadecimal = hex;
+    def.kind = kind;
     BitReader r(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
-    r.SetPosition(pos);
     ok = ReadField(db, &def, r, text, field);
     end = r.Position();
   }
   Read(const Read&) = delete;
-  FieldRecord def;
-  std::vector<std::uint8_t> bytes;
+  FieldRecord def;  // the entry points to it
+  Bytes bytes;
   ParsedField field;
   bool ok = false;
   std::uint32_t end = 0;
 };
 
-std::u16string Text(std::uint32_t type, std::uint32_t bits, std::vector<std::uint8_t> bytes,
-                    bool hex) {
-  const FieldRecord def = Def(type, bits, hex);
-  return Read(def, std::move(bytes)).field.value_text;
+template <typename T>
+Bytes Raw(T v) {
+  Bytes b(sizeof v);
+  std::memcpy(b.data(), &v, sizeof v);
+  return b;
 }
 
-TEST(FieldValue, IntegerTextsDecimalAndHexadecimal) {
-  // value bytes, type, bits, decimal, hexadecimal
-  struct Case {
-    std::uint32_t type;
-    std::uint32_t bits;
-    std::vector<std::uint8_t> bytes;
-    std::u16string dec;
-    std::u16string hex;
-  };
-  const Case cases[] = {
+TEST(FieldValue, NumberTextsDecimalAndHexadecimal) {
+  const Bytes ones(8, 0xFF);
+  const struct {
+    std::uint32_t type, bits;
+    Bytes bytes;
+    std::u16string dec, hex;
+  } cases[] = {
       {kFieldBool, 1, {0x01}, u"1", u"0x01"},
+      {kFieldBool, 4, {0x09}, u"1", u"0x01"},  // any non-zero value is 1
       {kFieldI8, 8, {0xFE}, u"-2", u"0xFE"},
+      {kFieldI8, 5, {0x10}, u"-16", u"0xF0"},  // sign-extended, shown at type width
       {kFieldU8, 8, {0xFE}, u"254", u"0xFE"},
       {kFieldI16, 16, {0x00, 0x80}, u"-32768", u"0x8000"},
+      {kFieldI16, 12, {0x00, 0x08}, u"-2048", u"0xF800"},
       {kFieldU16, 16, {0x34, 0x12}, u"4660", u"0x1234"},
-      {kFieldI32, 32, {0xFF, 0xFF, 0xFF, 0xFF}, u"-1", u"0xFFFFFFFF"},
-      {kFieldU32, 32, {0xFF, 0xFF, 0xFF, 0xFF}, u"4294967295", u"0xFFFFFFFF"},
+      {kFieldI32, 32, ones, u"-1", u"0xFFFFFFFF"},
+      {kFieldU32, 32, ones, u"4294967295", u"0xFFFFFFFF"},
       {kFieldU32, 12, {0x05, 0x00}, u"5", u"0x00000005"},
-      {kFieldI64,
-       64,
-       {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF},
-       u"-1",
-       u"0xFFFFFFFFFFFFFFFF"},
-      {kFieldU64,
-       64,
-       {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF},
-       u"18446744073709551615",
-       u"0xFFFFFFFFFFFFFFFF"},
+      {kFieldI64, 64, ones, u"-1", u"0xFFFFFFFFFFFFFFFF"},
+      {kFieldU64, 64, ones, u"18446744073709551615", u"0xFFFFFFFFFFFFFFFF"},
       {kFieldU64, 40, {0x01, 0, 0, 0, 0x01}, u"4294967297", u"0x0000000100000001"},
+      {kFieldFloat, 32, Raw(1.0f), u"1.000000", u"0x3F800000"},
+      {kFieldFloat, 32, {0x12, 0, 0, 0}, u"0.000000", u"0x0012"},  // at least four digits
+      {kFieldDouble, 64, Raw(-2.5), u"-2.500000", u"0x00000000"},  // the low 32 bits only
   };
-  for (const Case& c : cases) {
-    EXPECT_EQ(Text(c.type, c.bits, c.bytes, false), c.dec) << "type " << c.type;
-    EXPECT_EQ(Text(c.type, c.bits, c.bytes, true), c.hex) << "type " << c.type;
+  for (const auto& c : cases) {
+    Read dec(c.type, c.bits, c.bytes);
+    EXPECT_TRUE(dec.ok);
+    EXPECT_EQ(dec.end, c.bits);
+    EXPECT_EQ(dec.field.value_text, c.dec) << "type " << c.type << " bits " << c.bits;
+    EXPECT_EQ(Read(c.type, c.bits, c.bytes, true).field.value_text, c.hex) << "type " << c.type;
   }
+  Read quiet(kFieldU8, 8, {7}, false, kFieldPlain, nullptr, false);
+  EXPECT_EQ(quiet.field.value, 7u);
+  EXPECT_TRUE(quiet.field.value_text.empty());  // numbers get no text unless asked
 }
 
-TEST(FieldValue, ShortSignedFieldsAreSignExtendedButShowTheirTypeWidthInHex) {
-  const FieldRecord def = Def(kFieldI8, 5, true);
-  Read r(def, {0x10});  // 0b10000
-  ASSERT_TRUE(r.ok);
-  EXPECT_EQ(r.field.value_text, u"0xF0");
-  EXPECT_EQ(FieldVariant(r.field), Variant::I1(-16));
-  EXPECT_EQ(WidenedValue(r.field), -16);
-  EXPECT_EQ(Text(kFieldI16, 12, {0x00, 0x08}, false), u"-2048");
-  EXPECT_EQ(Text(kFieldI16, 12, {0x00, 0x08}, true), u"0xF800");
-}
-
-TEST(FieldValue, BooleanBecomesOneForAnyNonZeroValue) {
-  const FieldRecord def = Def(kFieldBool, 4);
-  Read r(def, {0x09});
-  ASSERT_TRUE(r.ok);
-  EXPECT_EQ(r.field.value, 1u);
-  EXPECT_EQ(r.field.value_text, u"1");
-  EXPECT_EQ(FieldVariant(r.field), Variant::Bool(true));
-  EXPECT_EQ(r.end, 4u);
-}
-
-TEST(FieldValue, FloatingPointTextsKeepTheirHexadecimalAsymmetries) {
-  std::vector<std::uint8_t> one_f(4);
-  const float f = 1.0f;
-  std::memcpy(one_f.data(), &f, 4);
-  EXPECT_EQ(Text(kFieldFloat, 32, one_f, false), u"1.000000");
-  EXPECT_EQ(Text(kFieldFloat, 32, one_f, true), u"0x3F800000");
-  // A small raw word still shows at least four digits, not eight.
-  EXPECT_EQ(Text(kFieldFloat, 32, {0x12, 0, 0, 0}, true), u"0x0012");
-
-  std::vector<std::uint8_t> d_bytes(8);
-  const double d = 1.0;
-  std::memcpy(d_bytes.data(), &d, 8);
-  EXPECT_EQ(Text(kFieldDouble, 64, d_bytes, false), u"1.000000");
-  // Only the low 32 bits of a double are shown.
-  EXPECT_EQ(Text(kFieldDouble, 64, d_bytes, true), u"0x00000000");
-  const double third = -2.5;
-  std::memcpy(d_bytes.data(), &third, 8);
-  const FieldRecord def = Def(kFieldDouble, 64);
-  Read r(def, d_bytes);
-  EXPECT_EQ(r.field.value_text, u"-2.500000");
-  EXPECT_EQ(FieldVariant(r.field), Variant::R8(-2.5));
-  EXPECT_FALSE(WidenedValue(r.field).has_value());
-}
-
-TEST(FieldValue, NumbersGetNoTextUnlessAsked) {
-  const FieldRecord def = Def(kFieldU8, 8);
-  Read r(def, {7}, 0, nullptr, false);
-  ASSERT_TRUE(r.ok);
-  EXPECT_EQ(r.field.value, 7u);
-  EXPECT_TRUE(r.field.value_text.empty());
+TEST(FieldValue, VariantsAndWidenedValues) {
+  const Bytes ones(8, 0xFF);
+  const struct {
+    std::uint32_t type, bits;
+    Bytes bytes;
+    Variant variant;
+    std::optional<std::int64_t> widened;
+  } cases[] = {
+      {kFieldBool, 4, {0x09}, Variant::Bool(true), 1},
+      {kFieldI8, 5, {0x10}, Variant::I1(-16), -16},
+      {kFieldU8, 8, {0x81}, Variant::UI1(0x81), 0x81},
+      {kFieldI16, 16, ones, Variant::I2(-1), -1},
+      {kFieldU16, 16, ones, Variant::UI2(0xFFFF), 65535},
+      {kFieldI32, 32, ones, Variant::I4(-1), -1},
+      {kFieldU32, 32, ones, Variant::UI4(0xFFFFFFFF), 4294967295LL},
+      {kFieldI64, 64, ones, Variant::I8(-1), -1},
+      {kFieldU64, 64, ones, Variant::UI8(~0ull), std::nullopt},
+      {kFieldU64, 63, ones, Variant::UI8(INT64_MAX), INT64_MAX},
+      {kFieldFloat, 32, Raw(1.0f), Variant::R4(1.0f), std::nullopt},
+      {kFieldDouble, 64, Raw(-2.5), Variant::R8(-2.5), std::nullopt},
+      {kFieldString8, 8, {'a'}, Variant::Text(u"a"), std::nullopt},
+  };
+  for (const auto& c : cases) {
+    Read r(c.type, c.bits, c.bytes);
+    EXPECT_EQ(FieldVariant(r.field), c.variant) << "type " << c.type << " bits " << c.bits;
+    EXPECT_EQ(WidenedValue(r.field), c.widened) << "type " << c.type << " bits " << c.bits;
+  }
 }
 
 TEST(FieldValue, WidthBeyondTheTypeOrThePayloadIsInvalid) {
-  const FieldRecord wide = Def(kFieldU64, 65);
-  Read r(wide, std::vector<std::uint8_t>(16, 0xAA));
-  EXPECT_FALSE(r.ok);
-  EXPECT_FALSE(r.field.valid);
-  EXPECT_TRUE(FieldVariant(r.field).IsEmpty());
-  EXPECT_TRUE(RawValueText(r.field).empty());
-
-  const FieldRecord word = Def(kFieldU32, 32);
-  Read short_read(word, {1, 2, 3});
+  Read wide(kFieldU64, 65, Bytes(16, 0xAA));
+  EXPECT_FALSE(wide.ok);
+  EXPECT_FALSE(wide.field.valid);
+  EXPECT_TRUE(FieldVariant(wide.field).IsEmpty());
+  EXPECT_TRUE(RawValueText(wide.field).empty());
+  Read short_read(kFieldU32, 32, {1, 2, 3});
   EXPECT_FALSE(short_read.ok);
   EXPECT_EQ(short_read.end, 0u);
-
-  const FieldRecord bad_type = Def(15, 8);
-  EXPECT_FALSE(Read(bad_type, {1}).ok);
-  const FieldRecord bad_kind = Def(kFieldU8, 8, false, 3);
-  EXPECT_FALSE(Read(bad_kind, {1}).ok);
+  EXPECT_FALSE(Read(15, 8, {1}).ok);                  // no such type
+  EXPECT_FALSE(Read(kFieldU8, 8, {1}, false, 3).ok);  // no such kind
+  EXPECT_FALSE(Read(9, 33, Bytes(8), false, kFieldEnumSigned).ok);
 }
 
-TEST(FieldValue, VariantTypesFollowTheFieldType) {
-  const std::vector<std::uint8_t> bytes(8, 0x81);
-  const std::pair<std::uint32_t, VariantType> expected[] = {
-      {kFieldBool, VariantType::kBool}, {kFieldI8, VariantType::kI1},
-      {kFieldU8, VariantType::kUI1},    {kFieldI16, VariantType::kI2},
-      {kFieldU16, VariantType::kUI2},   {kFieldI32, VariantType::kI4},
-      {kFieldU32, VariantType::kUI4},   {kFieldI64, VariantType::kI8},
-      {kFieldU64, VariantType::kUI8},   {kFieldFloat, VariantType::kR4},
-      {kFieldDouble, VariantType::kR8}, {kFieldString8, VariantType::kText},
-  };
-  for (const auto& [type, vt] : expected) {
-    const std::uint32_t bits = type == kFieldBool || type == kFieldI8 || type == kFieldU8 ? 8
-                               : type == kFieldI16 || type == kFieldU16                   ? 16
-                               : type == kFieldI64 || type == kFieldU64 || type == kFieldDouble
-                                   ? 64
-                                   : 32;
-    const FieldRecord def = Def(type, bits);
-    Read r(def, bytes);
-    ASSERT_TRUE(r.ok) << type;
-    EXPECT_EQ(FieldVariant(r.field).Type(), vt) << type;
-  }
-  Read i16(Def(kFieldI16, 16), bytes);
-  EXPECT_EQ(FieldVariant(i16.field).AsInt64(), static_cast<std::int16_t>(0x8181));
-}
-
-TEST(FieldValue, FixedLengthStringsEndAtTheirFirstZero) {
-  const FieldRecord s8 = Def(kFieldString8, 48);
-  Read r(s8, {'a', 'b', 'c', 0, 'x', 'y', 0xEE});
-  ASSERT_TRUE(r.ok);
-  EXPECT_EQ(r.field.value_text, u"abc");
-  EXPECT_EQ(r.end, 48u);  // the whole fixed length is consumed
-  EXPECT_EQ(FieldBitSize(r.field), 24u);
-  EXPECT_EQ(FieldVariant(r.field), Variant::Text(u"abc"));
-
-  const FieldRecord s16 = Def(kFieldString16, 64);
-  Read w(s16, {'H', 0, 'i', 0, 0x3A, 0x26, 'z', 0});
-  ASSERT_TRUE(w.ok);
-  EXPECT_EQ(w.field.value_text, u"Hi\u263Az");
-  EXPECT_EQ(FieldBitSize(w.field), 64u);
-
-  // ANSI text: 0xE9 is e acute in the Western code page.
-  const FieldRecord ansi = Def(kFieldString8, 8);
-  EXPECT_EQ(Read(ansi, {0xE9}).field.value_text, u"\u00E9");
+TEST(FieldValue, Strings) {
+  // Fixed lengths end at their first zero but consume the whole length.
+  Read s8(kFieldString8, 48, {'a', 'b', 'c', 0, 'x', 'y', 0xEE});
+  EXPECT_EQ(s8.field.value_text, u"abc");
+  EXPECT_EQ(s8.end, 48u);
+  EXPECT_EQ(FieldBitSize(s8.field), 24u);
+  Read s16(kFieldString16, 64, {'H', 0, 'i', 0, 0x3A, 0x26, 'z', 0});
+  EXPECT_EQ(s16.field.value_text, u"Hi\u263Az");
+  EXPECT_EQ(FieldBitSize(s16.field), 64u);
+  EXPECT_EQ(Read(kFieldString8, 8, {0xE9}).field.value_text, u"\u00E9");  // Western code page
   // Strings carry their text even when number texts are not wanted.
-  EXPECT_EQ(Read(s8, {'q', 0, 0, 0, 0, 0}, 0, nullptr, false).field.value_text, u"q");
-}
+  EXPECT_EQ(Read(kFieldString8, 48, {'q', 0, 0, 0, 0, 0}, false, kFieldPlain, nullptr, false)
+                .field.value_text,
+            u"q");
 
-TEST(FieldValue, ZeroTerminatedStringsNeedTheirTerminator) {
-  const FieldRecord z8 = Def(kFieldZString8, 0);
-  Read r(z8, {'o', 'k', 0, 'n', 'o'});
-  ASSERT_TRUE(r.ok);
-  EXPECT_EQ(r.field.value_text, u"ok");
-  EXPECT_EQ(r.end, 24u);  // the terminator is consumed
-  EXPECT_EQ(FieldBitSize(r.field), 16u);
+  // Zero-terminated strings consume their terminator and need one.
+  Read z8(kFieldZString8, 0, {'o', 'k', 0, 'n', 'o'});
+  EXPECT_EQ(z8.field.value_text, u"ok");
+  EXPECT_EQ(z8.end, 24u);
+  EXPECT_EQ(FieldBitSize(z8.field), 16u);
+  EXPECT_FALSE(Read(kFieldZString8, 0, {'n', 'o', 'n', 'e'}).ok);
+  Read z16(kFieldZString16, 0, {'a', 0, 'b', 0, 0, 0, 'c', 0});
+  EXPECT_EQ(z16.field.value_text, u"ab");
+  EXPECT_EQ(z16.end, 48u);
+  EXPECT_FALSE(Read(kFieldZString16, 0, {'a', 0, 'b'}).ok);  // half a unit
 
-  EXPECT_FALSE(Read(z8, {'n', 'o', 'n', 'e'}).ok);
-
-  const FieldRecord z16 = Def(kFieldZString16, 0);
-  Read w(z16, {'a', 0, 'b', 0, 0, 0, 'c', 0}, 0);
-  ASSERT_TRUE(w.ok);
-  EXPECT_EQ(w.field.value_text, u"ab");
-  EXPECT_EQ(w.end, 48u);
-  EXPECT_FALSE(Read(z16, {'a', 0, 'b'}).ok);  // half a unit is no terminator
-}
-
-TEST(FieldValue, StringsLongerThanTheLargestPayloadAreInvalid) {
-  std::vector<std::uint8_t> long_text(9001, 'a');
+  // Longer than the largest payload.
+  Bytes long_text(9001, 'a');
   long_text.back() = 0;
-  EXPECT_FALSE(Read(Def(kFieldZString8, 0), long_text).ok);
-  EXPECT_FALSE(Read(Def(kFieldString8, 9000 * 8), long_text).ok);
-  std::vector<std::uint8_t> fits(8208, 'b');
-  EXPECT_TRUE(Read(Def(kFieldString8, 8208 * 8), fits).ok);
+  EXPECT_FALSE(Read(kFieldZString8, 0, long_text).ok);
+  EXPECT_FALSE(Read(kFieldString8, 9000 * 8, long_text).ok);
+  EXPECT_TRUE(Read(kFieldString8, 8208 * 8, Bytes(8208, 'b')).ok);
 }
 
 TEST(FieldValue, EnumerationTextsFallBackToTheSignedNumber) {
   rendertest::TestDb t;
-  t.EnumEntry(7, 3, u"Three").EnumEntry(7, 4, u"");
-  const Database& db = t.db();
-  const FieldRecord u = Def(7, 32, false, kFieldEnumUnsigned);
-  Read three(u, {3, 0, 0, 0}, 0, &db);
+  t.EnumEntry(7, 3, u"Three").EnumEntry(7, 4, u"").EnumEntry(9, -2, u"MinusTwo");
+  const Database* db = &t.db();
+  const auto u = kFieldEnumUnsigned;
+  Read three(7, 32, {3, 0, 0, 0}, false, u, db);
   EXPECT_EQ(three.field.value_text, u"Three");
   EXPECT_EQ(RawValueText(three.field), u"3");
   EXPECT_EQ(FieldVariant(three.field), Variant::UI4(3));
-
-  // 4000000000 has no text: the number shows, signed even for an unsigned
-  // enumeration; the raw text stays unsigned.
-  Read big(u, {0x00, 0x28, 0x6B, 0xEE}, 0, &db);
+  // 4000000000 has no text: the number shows signed; the raw text does not.
+  Read big(7, 32, {0x00, 0x28, 0x6B, 0xEE}, false, u, db);
   EXPECT_EQ(big.field.value_text, u"-294967296");
   EXPECT_EQ(RawValueText(big.field), u"4000000000");
   EXPECT_EQ(WidenedValue(big.field), 4000000000LL);
+  EXPECT_EQ(Read(7, 32, {4, 0, 0, 0}, false, u, db).field.value_text, u"4");  // empty name
+  Read hex(7, 8, {0x1F}, true, u, db);
+  EXPECT_EQ(hex.field.value_text, u"0x1F");
+  EXPECT_EQ(RawValueText(hex.field), u"0x1F");
 
-  // An empty name counts as no text.
-  EXPECT_EQ(Read(u, {4, 0, 0, 0}, 0, &db).field.value_text, u"4");
-
-  const FieldRecord hex = Def(7, 8, true, kFieldEnumUnsigned);
-  Read h(hex, {0x1F}, 0, &db);
-  EXPECT_EQ(h.field.value_text, u"0x1F");
-  EXPECT_EQ(RawValueText(h.field), u"0x1F");
-}
-
-TEST(FieldValue, SignedEnumerationsAreSignExtendedFromTheirBitSize) {
-  rendertest::TestDb t;
-  t.EnumEntry(9, -2, u"MinusTwo");
-  const FieldRecord s = Def(9, 4, false, kFieldEnumSigned);
-  Read r(s, {0x0E}, 0, &t.db());
-  ASSERT_TRUE(r.ok);
-  EXPECT_EQ(r.field.value_text, u"MinusTwo");
-  EXPECT_EQ(RawValueText(r.field), u"-2");
-  EXPECT_EQ(FieldVariant(r.field), Variant::I4(-2));
-  EXPECT_EQ(WidenedValue(r.field), -2);
-  const FieldRecord sh = Def(9, 4, true, kFieldEnumSigned);
-  EXPECT_EQ(RawValueText(Read(sh, {0x0E}, 0, &t.db()).field), u"0xFFFFFFFE");
-  const FieldRecord too_wide = Def(9, 33, false, kFieldEnumSigned);
-  EXPECT_FALSE(Read(too_wide, std::vector<std::uint8_t>(8), 0, &t.db()).ok);
-}
-
-TEST(FieldValue, WidenedValuesForCountsAndConditions) {
-  EXPECT_EQ(WidenedValue(Read(Def(kFieldU16, 16), {0xFF, 0xFF}).field), 65535);
-  EXPECT_EQ(WidenedValue(Read(Def(kFieldI16, 16), {0xFF, 0xFF}).field), -1);
-  EXPECT_EQ(WidenedValue(Read(Def(kFieldI32, 32), {0xFF, 0xFF, 0xFF, 0xFF}).field), -1);
-  EXPECT_EQ(WidenedValue(Read(Def(kFieldU32, 32), {0xFF, 0xFF, 0xFF, 0xFF}).field), 4294967295LL);
-  const std::vector<std::uint8_t> top(8, 0xFF);
-  EXPECT_EQ(WidenedValue(Read(Def(kFieldI64, 64), top).field), -1);
-  EXPECT_FALSE(WidenedValue(Read(Def(kFieldU64, 64), top).field).has_value());
-  EXPECT_EQ(WidenedValue(Read(Def(kFieldU64, 63), top).field), INT64_MAX);
-  EXPECT_FALSE(WidenedValue(Read(Def(kFieldString8, 8), {'a'}).field).has_value());
-  EXPECT_FALSE(WidenedValue(Read(Def(kFieldFloat, 32), {0, 0, 0x80, 0x3F}).field).has_value());
+  // Signed enumerations are sign-extended from their bit size.
+  Read s(9, 4, {0x0E}, false, kFieldEnumSigned, db);
+  EXPECT_EQ(s.field.value_text, u"MinusTwo");
+  EXPECT_EQ(RawValueText(s.field), u"-2");
+  EXPECT_EQ(FieldVariant(s.field), Variant::I4(-2));
+  EXPECT_EQ(WidenedValue(s.field), -2);
+  EXPECT_EQ(RawValueText(Read(9, 4, {0x0E}, true, kFieldEnumSigned, db).field), u"0xFFFFFFFE");
 }
 
 }  // namespace

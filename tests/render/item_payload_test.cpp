@@ -2,6 +2,7 @@
 // of the automation layer.
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <vector>
 
 #include "common/item_database_view.h"
@@ -15,138 +16,77 @@ namespace quillon {
 namespace {
 
 using Keys = std::vector<std::uint32_t>;
+using Bytes = std::vector<std::uint8_t>;
 
-ItemPtr MakeItem(std::uint32_t type, const std::vector<std::uint8_t>& bytes) {
+ItemPtr MakeItem(std::uint32_t type, const Bytes& bytes) {
   ItemRecord::Header header;
   header.type_code = type;
   return CreateItem(header, ItemBufferRef::Make(bytes.data(), bytes.size()), false,
                     NullItemDatabaseView::Instance());
 }
 
-// The parsed payload as offsets into the item's buffer.
-struct Span {
-  Keys keys;
-  std::ptrdiff_t offset = -1;
-  std::uint32_t length = 0;
-};
+// Keys, offset into the item's payload (-1 without data) and length.
+std::tuple<Keys, std::ptrdiff_t, std::uint32_t> SpanOf(std::uint32_t type, const Bytes& bytes) {
+  const ItemPtr item = MakeItem(type, bytes);
+  const EntityPayload p = EntityPayloadOf(*item);
+  return {p.keys, p.data != nullptr ? p.data - item->GetPayload() : -1, p.length};
+}
+Keys KeysOf(std::uint32_t type, const Bytes& bytes) { return std::get<0>(SpanOf(type, bytes)); }
 
-Span SpanOf(const ItemRecord& item) {
-  const EntityPayload p = EntityPayloadOf(item);
-  Span s;
-  s.keys = p.keys;
-  if (p.data != nullptr) s.offset = p.data - item.GetPayload();
-  s.length = p.length;
-  return s;
+Bytes Cat(std::initializer_list<Bytes> parts) {
+  Bytes out;
+  for (const Bytes& p : parts) out.insert(out.end(), p.begin(), p.end());
+  return out;
 }
 
-TEST(EntityPayload, DiagItemsSkipTheirCommandCode) {
-  auto rx = MakeItem(kItemDiagRx, {29, 1, 2, 3});
-  const Span r = SpanOf(*rx);
-  EXPECT_EQ(r.keys, (Keys{1, 29}));
-  EXPECT_EQ(r.offset, 1);
-  EXPECT_EQ(r.length, 3u);
-  auto tx = MakeItem(kItemDiagTx, {29});
-  const Span t = SpanOf(*tx);
-  EXPECT_EQ(t.keys, (Keys{0, 29}));
-  EXPECT_EQ(t.length, 0u);
-}
-
-std::vector<std::uint8_t> NvPacket(std::uint8_t command, std::uint16_t status) {
-  std::vector<std::uint8_t> b(133, 0xAB);
-  b[0] = command;
-  b[1] = 0x02;
-  b[2] = 0x01;  // NV item 0x0102
-  b[131] = static_cast<std::uint8_t>(status);
-  b[132] = static_cast<std::uint8_t>(status >> 8);
-  return b;
-}
-
-TEST(EntityPayload, NvReadsAndWritesUseTheNvItemAndItsDataPart) {
-  auto ok = MakeItem(kItemDiagRx, NvPacket(38, 0));
-  const Span s = SpanOf(*ok);
-  EXPECT_EQ(s.keys, (Keys{6, 0x0102}));
-  EXPECT_EQ(s.offset, 3);
-  EXPECT_EQ(s.length, 128u);
-  auto failed = MakeItem(kItemDiagRx, NvPacket(39, 5));
-  EXPECT_TRUE(SpanOf(*failed).keys.empty());
-  // A request carries no status: its status bytes are not consulted.
-  auto request = MakeItem(kItemDiagTx, NvPacket(39, 5));
-  EXPECT_EQ(SpanOf(*request).keys, (Keys{6, 0x0102}));
-  auto short_response = MakeItem(kItemDiagRx, {38, 2, 1, 0});
-  EXPECT_TRUE(SpanOf(*short_response).keys.empty());
-}
-
-TEST(EntityPayload, EventsUseTheirOwnPayload) {
-  // Event 5, payload length code 2 (two bytes), full time, then a stray byte.
-  std::vector<std::uint8_t> b = {0x60, 0, 0, 0x05, 0x40};
-  b.insert(b.end(), 8, 0);
-  b.insert(b.end(), {0x11, 0x22, 0x99});
-  auto item = MakeItem(kItemEvent, b);
-  const Span s = SpanOf(*item);
-  EXPECT_EQ(s.keys, (Keys{4, 5}));
-  EXPECT_EQ(s.offset, 13);
-  EXPECT_EQ(s.length, 2u);
-
-  // Length code 3 with a truncated time: a length byte follows the time.
-  std::vector<std::uint8_t> t = {0x60, 0, 0, 0x07, 0xE0, 0, 0, 3, 1, 2, 3};
-  auto truncated = MakeItem(kItemEvent, t);
-  const Span ts = SpanOf(*truncated);
-  EXPECT_EQ(ts.keys, (Keys{4, 7}));
-  EXPECT_EQ(ts.offset, 8);
-  EXPECT_EQ(ts.length, 3u);
-
-  std::vector<std::uint8_t> cut = {0x60, 0, 0, 0x07, 0xE0, 0, 0, 9, 1};
-  EXPECT_TRUE(SpanOf(*MakeItem(kItemEvent, cut)).keys.empty());
-}
-
-TEST(EntityPayload, LogsSkipTheirHeaderAndMessagesKeepEverything) {
-  std::vector<std::uint8_t> log = {0x10, 0, 0, 0, 0, 0, 0x34, 0x12};
-  log.insert(log.end(), 8, 0);
-  log.insert(log.end(), {1, 2});
-  const Span l = SpanOf(*MakeItem(kItemLog, log));
-  EXPECT_EQ(l.keys, (Keys{5, 0x1234}));
-  EXPECT_EQ(l.offset, 16);
-  EXPECT_EQ(l.length, 2u);
-
-  const Span m = SpanOf(*MakeItem(kItemMsg, {0x79, 1, 2, 3}));
-  EXPECT_EQ(m.keys, (Keys{8, 0}));
-  EXPECT_EQ(m.offset, 0);
-  EXPECT_EQ(m.length, 4u);
-}
-
-TEST(EntityPayload, SubsystemFamiliesFollowCommandAndDelayedHeader) {
-  EXPECT_EQ(SpanOf(*MakeItem(kItemSubsysRx, {75, 18, 0x05, 0x00, 9})).keys, (Keys{3, 18, 5}));
-  EXPECT_EQ(SpanOf(*MakeItem(kItemSubsysTx, {75, 18, 0x05, 0x00, 9})).keys, (Keys{2, 18, 5}));
-  EXPECT_EQ(SpanOf(*MakeItem(kItemSubsysTx, {128, 18, 0x05, 0x00})).keys, (Keys{9, 18, 5}));
-
-  auto delayed = [](std::uint16_t id, std::uint16_t count) {
-    return std::vector<std::uint8_t>{0x80,
-                                     18,
-                                     5,
-                                     0,
-                                     0,
-                                     0,
-                                     0,
-                                     0,
-                                     static_cast<std::uint8_t>(id),
-                                     static_cast<std::uint8_t>(id >> 8),
-                                     static_cast<std::uint8_t>(count),
-                                     static_cast<std::uint8_t>(count >> 8),
-                                     0xEE};
+TEST(EntityPayload, KeysAndPayloadOfEachItemFamily) {
+  Bytes nv(133, 0xAB);  // NV item 0x0102, status 0 at bytes 131..132
+  nv[0] = 38, nv[1] = 0x02, nv[2] = 0x01, nv[131] = nv[132] = 0;
+  Bytes nv_failed = nv;  // a failed write: status 5
+  nv_failed[0] = 39, nv_failed[131] = 5;
+  // A delayed response: id 1, count 1.
+  const Bytes delayed = {0x80, 18, 5, 0, 0, 0, 0, 0, 1, 0, 1, 0, 0xEE};
+  const struct {
+    std::uint32_t type;
+    Bytes bytes;
+    Keys keys;
+    std::ptrdiff_t offset;
+    std::uint32_t length;
+  } cases[] = {
+      {kItemDiagRx, {29, 1, 2, 3}, {1, 29}, 1, 3},  // diag items skip the command code
+      {kItemDiagRx, nv, {6, 0x0102}, 3, 128},
+      {kItemDiagTx, nv_failed, {6, 0x0102}, 3, 128},  // requests have no status
+      // Event 5, length code 2, full time, a stray byte.
+      {kItemEvent, Cat({{0x60, 0, 0, 0x05, 0x40}, Bytes(8), {0x11, 0x22, 0x99}}), {4, 5}, 13, 2},
+      // Length code 3 with a truncated time: a length byte follows the time.
+      {kItemEvent, {0x60, 0, 0, 0x07, 0xE0, 0, 0, 3, 1, 2, 3}, {4, 7}, 8, 3},
+      {kItemLog, Cat({{0x10, 0, 0, 0, 0, 0, 0x34, 0x12}, Bytes(8), {1, 2}}), {5, 0x1234}, 16, 2},
+      {kItemMsg, {0x79, 1, 2, 3}, {8, 0}, 0, 4},
+      {kItemSubsysRx, delayed, {11, 18, 5}, 12, 1},
   };
-  const Span follow_up = SpanOf(*MakeItem(kItemSubsysRx, delayed(1, 1)));
-  EXPECT_EQ(follow_up.keys, (Keys{11, 18, 5}));
-  EXPECT_EQ(follow_up.offset, 12);
-  EXPECT_EQ(follow_up.length, 1u);
-  EXPECT_EQ(SpanOf(*MakeItem(kItemSubsysRx, delayed(1, 0))).keys[0], 10u);
-  EXPECT_EQ(SpanOf(*MakeItem(kItemSubsysRx, delayed(1, 0x8000))).keys[0], 10u);
-  EXPECT_EQ(SpanOf(*MakeItem(kItemSubsysRx, delayed(0, 2))).keys[0], 10u);
-  EXPECT_EQ(SpanOf(*MakeItem(kItemSubsysRx, delayed(1, 0x8001))).keys[0], 11u);
-}
+  for (const auto& c : cases) {
+    EXPECT_EQ(SpanOf(c.type, c.bytes), std::tuple(c.keys, c.offset, c.length))
+        << "type " << c.type << " keys " << c.keys.size();
+  }
+  EXPECT_EQ(KeysOf(kItemDiagTx, {29}), (Keys{0, 29}));
+  EXPECT_EQ(std::get<2>(SpanOf(kItemDiagTx, {29})), 0u);
+  EXPECT_EQ(KeysOf(kItemDiagRx, nv_failed), Keys{});
+  EXPECT_EQ(KeysOf(kItemDiagRx, {38, 2, 1, 0}), Keys{});  // a short NV response
+  EXPECT_EQ(KeysOf(kItemEvent, {0x60, 0, 0, 0x07, 0xE0, 0, 0, 9, 1}), Keys{});
+  EXPECT_EQ(KeysOf(kItemString, {0, 0, 0, 0, 'a'}), Keys{});
+  EXPECT_EQ(KeysOf(kItemMalformed, {1}), Keys{});
 
-TEST(EntityPayload, OtherItemTypesHaveNoEntity) {
-  EXPECT_TRUE(SpanOf(*MakeItem(kItemString, {0, 0, 0, 0, 'a'})).keys.empty());
-  EXPECT_TRUE(SpanOf(*MakeItem(kItemMalformed, {1})).keys.empty());
+  EXPECT_EQ(KeysOf(kItemSubsysRx, {75, 18, 0x05, 0x00, 9}), (Keys{3, 18, 5}));
+  EXPECT_EQ(KeysOf(kItemSubsysTx, {75, 18, 0x05, 0x00, 9}), (Keys{2, 18, 5}));
+  EXPECT_EQ(KeysOf(kItemSubsysTx, {128, 18, 0x05, 0x00}), (Keys{9, 18, 5}));
+  // Delayed responses: a first response (10) unless id and count say otherwise.
+  for (const auto& [id, count, family] : {std::tuple{1, 0, 10u}, std::tuple{1, 0x8000, 10u},
+                                          std::tuple{0, 2, 10u}, std::tuple{1, 0x8001, 11u}}) {
+    Bytes b = delayed;
+    b[8] = static_cast<std::uint8_t>(id);
+    b[10] = static_cast<std::uint8_t>(count), b[11] = static_cast<std::uint8_t>(count >> 8);
+    EXPECT_EQ(KeysOf(kItemSubsysRx, b)[0], family) << id << " " << count;
+  }
 }
 
 TEST(ParsedFieldListItem, ItemsAreParsedOverTheirEntityPayload) {
@@ -166,34 +106,28 @@ TEST(ParsedFieldListItem, ItemsAreParsedOverTheirEntityPayload) {
   ASSERT_TRUE(named.Parse(false, true, true));
   EXPECT_EQ(named.ValueText(0), u"4660");
   EXPECT_EQ(named.Name(0, false), u"ReqWide.w");
-
-  ParsedFieldList none(t.db(), nullptr);
-  EXPECT_FALSE(none.Parse(false, true, true));
+  EXPECT_FALSE(ParsedFieldList(t.db(), nullptr).Parse(false, true, true));
 }
 
 TEST(ItemFieldValue, ReadsAfterTheHeaderUnlessAskedToIncludeIt) {
   auto item = MakeItem(kItemDiagTx, {29, 0x34, 0x12});
-  EXPECT_EQ(GetItemFieldValue(item.get(), kFieldU16, 16, 0, false), Variant::UI2(0x1234));
-  EXPECT_EQ(GetItemFieldValue(item.get(), kFieldU8, 8, 0, true), Variant::UI1(29));
-  EXPECT_EQ(GetItemFieldValueText(item.get(), kFieldU16, 16, 0, false, true), u"0x1234");
-  EXPECT_EQ(GetItemFieldValueText(item.get(), kFieldI8, 4, 12, false, false), u"1");
-  EXPECT_EQ(GetItemFieldValueText(item.get(), kFieldU8, 8, 0, true, false), u"29");
-}
-
-TEST(ItemFieldValue, InvalidRequestsGiveEmptyResults) {
-  auto item = MakeItem(kItemDiagTx, {29, 0x34, 0x12});
-  // Past the end (the offset is clamped, so nothing is left to read).
-  EXPECT_TRUE(GetItemFieldValue(item.get(), kFieldU8, 8, 1000, false).IsEmpty());
-  EXPECT_EQ(GetItemFieldValueText(item.get(), kFieldU8, 8, 1000, false, false), u"");
-  // A size the type cannot hold, a type outside 0..14, no item.
-  EXPECT_TRUE(GetItemFieldValue(item.get(), kFieldU64, 65, 0, true).IsEmpty());
-  EXPECT_TRUE(GetItemFieldValue(item.get(), kFieldU8, 9, 0, true).IsEmpty());
-  EXPECT_TRUE(GetItemFieldValue(item.get(), 15, 8, 0, true).IsEmpty());
+  ItemRecord* i = item.get();
+  EXPECT_EQ(GetItemFieldValue(i, kFieldU16, 16, 0, false), Variant::UI2(0x1234));
+  EXPECT_EQ(GetItemFieldValue(i, kFieldU8, 8, 0, true), Variant::UI1(29));
+  EXPECT_EQ(GetItemFieldValueText(i, kFieldU16, 16, 0, false, true), u"0x1234");
+  EXPECT_EQ(GetItemFieldValueText(i, kFieldI8, 4, 12, false, false), u"1");
+  EXPECT_EQ(GetItemFieldValueText(i, kFieldU8, 8, 0, true, false), u"29");
+  // Invalid requests: past the end (the offset is clamped), a size the type
+  // cannot hold, a type outside 0..14, no item, a fixed string under one
+  // character, a zero-terminated string without its terminator.
+  EXPECT_TRUE(GetItemFieldValue(i, kFieldU8, 8, 1000, false).IsEmpty());
+  EXPECT_EQ(GetItemFieldValueText(i, kFieldU8, 8, 1000, false, false), u"");
+  EXPECT_TRUE(GetItemFieldValue(i, kFieldU64, 65, 0, true).IsEmpty());
+  EXPECT_TRUE(GetItemFieldValue(i, kFieldU8, 9, 0, true).IsEmpty());
+  EXPECT_TRUE(GetItemFieldValue(i, 15, 8, 0, true).IsEmpty());
   EXPECT_TRUE(GetItemFieldValue(nullptr, kFieldU8, 8, 0, true).IsEmpty());
-  // Fixed strings need at least one character.
-  EXPECT_TRUE(GetItemFieldValue(item.get(), kFieldString8, 4, 0, true).IsEmpty());
-  EXPECT_EQ(GetItemFieldValue(item.get(), kFieldZString8, 0, 0, true).Type(),
-            VariantType::kEmpty);  // no terminator in the payload
+  EXPECT_TRUE(GetItemFieldValue(i, kFieldString8, 4, 0, true).IsEmpty());
+  EXPECT_TRUE(GetItemFieldValue(i, kFieldZString8, 0, 0, true).IsEmpty());
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
-// A small database built in memory for the parsing tests: fields, struct
-// rows, entities, summaries and enumerations added one call at a time.
+// A small database built in memory for the parsing tests.
 #pragma once
 
 #include <cstdint>
@@ -17,74 +16,47 @@ namespace quillon::rendertest {
 class TestDb {
  public:
   TestDb& Field(std::uint32_t id, std::u16string name, std::uint32_t bits, std::uint32_t type,
-                bool hex = false) {
-    return AddField(id, std::move(name), bits, kFieldPlain, type, hex);
+                bool hex = false, std::int32_t kind = kFieldPlain) {
+    db_->MutableTables().fields[id] = {id, std::move(name), bits, kind, type, hex};
+    return *this;
   }
   TestDb& EnumField(std::uint32_t id, std::u16string name, std::uint32_t bits, bool is_signed,
                     std::uint32_t enum_id, bool hex = false) {
-    return AddField(id, std::move(name), bits, is_signed ? kFieldEnumSigned : kFieldEnumUnsigned,
-                    enum_id, hex);
+    return Field(id, std::move(name), bits, enum_id, hex,
+                 is_signed ? kFieldEnumSigned : kFieldEnumUnsigned);
   }
   // Rows get consecutive indexes per struct.
   TestDb& Row(std::uint32_t struct_id, std::int32_t member_kind, std::uint32_t reference,
               std::u16string label = {}, std::int32_t repetition = kRepeatNone,
               std::u16string specifier = {}, std::int32_t bit_offset = kDbNone) {
-    StructRow r;
-    r.struct_id = struct_id;
-    r.index = next_index_[struct_id]++;
-    r.member_kind = member_kind;
-    r.reference = reference;
-    r.label = std::move(label);
-    r.bit_offset = bit_offset;
-    r.repetition = repetition;
-    r.specifier = std::move(specifier);
-    r.parsed = ParseRowSpecifier(r.repetition, r.specifier);
-    db_->MutableTables().structs[{struct_id, r.index}] = r;
+    const std::uint32_t index = next_index_[struct_id]++;
+    const RowSpecifier parsed = ParseRowSpecifier(repetition, specifier);
+    auto& rows = db_->MutableTables().structs;
+    rows[{struct_id, index}] = {
+        struct_id,  index,      member_kind,          reference, std::move(label),
+        bit_offset, repetition, std::move(specifier), parsed};
     return *this;
   }
-  TestDb& Member(std::uint32_t struct_id, std::uint32_t field_id, std::u16string label = {}) {
-    return Row(struct_id, kMemberField, field_id, std::move(label));
+  TestDb& Member(std::uint32_t struct_id, std::uint32_t field_id) {
+    return Row(struct_id, kMemberField, field_id);
   }
   TestDb& Entity(std::vector<std::uint32_t> codes, std::u16string name, std::int32_t struct_id,
                  std::int32_t format_id = kDbNone) {
-    DiagEntity e;
-    e.codes = std::move(codes);
-    e.name = std::move(name);
-    e.struct_id = struct_id;
-    e.format_id = format_id;
-    db_->MutableTables().diag.emplace(e.codes, e);
+    db_->MutableTables().diag.emplace(codes,
+                                      DiagEntity{codes, std::move(name), struct_id, format_id});
     return *this;
   }
   TestDb& Summary(std::uint32_t id, std::u16string format, std::u16string names) {
-    db_->MutableTables().formats[id] =
-        FormatSpecifierRecord{id, std::move(format), std::move(names)};
+    db_->MutableTables().formats[id] = {id, std::move(format), std::move(names)};
     return *this;
   }
   TestDb& EnumEntry(std::uint32_t enum_id, std::int32_t value, std::u16string name) {
-    EnumEntryRecord e;
-    e.enum_id = enum_id;
-    e.value = value;
-    e.name = std::move(name);
-    db_->MutableTables().enum_entries[{enum_id, value}] = e;
+    db_->MutableTables().enum_entries[{enum_id, value}] = {enum_id, value, false, std::move(name)};
     return *this;
   }
-
   const Database& db() const { return *db_; }
 
  private:
-  TestDb& AddField(std::uint32_t id, std::u16string name, std::uint32_t bits, std::int32_t kind,
-                   std::uint32_t type, bool hex) {
-    FieldRecord f;
-    f.id = id;
-    f.name = std::move(name);
-    f.bit_size = bits;
-    f.kind = kind;
-    f.type = type;
-    f.hexadecimal = hex;
-    db_->MutableTables().fields[id] = f;
-    return *this;
-  }
-
   std::unique_ptr<Database> db_ = std::make_unique<Database>();
   std::map<std::uint32_t, std::uint32_t> next_index_;
 };
@@ -101,15 +73,15 @@ struct EventParse {
   ParsedFieldList list;
   bool ok = false;
 
-  std::vector<std::u16string> Names() const {
-    std::vector<std::u16string> out;
-    for (const auto& e : list.Entries()) out.push_back(e.name);
-    return out;
-  }
-  std::vector<std::u16string> Texts() const {
-    std::vector<std::u16string> out;
-    for (const auto& e : list.Entries()) out.push_back(e.value_text);
-    return out;
+  // "name=text@offset" per entry, then " FAIL" when the walk failed.
+  std::u16string Dump() const {
+    std::u16string out;
+    for (const auto& e : list.Entries()) {
+      if (!out.empty()) out += u' ';
+      const std::string offset = std::to_string(e.bit_offset);
+      out += e.name + u'=' + e.value_text + u'@' + std::u16string(offset.begin(), offset.end());
+    }
+    return ok ? out : out + u" FAIL";
   }
 };
 

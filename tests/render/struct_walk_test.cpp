@@ -12,385 +12,239 @@ namespace {
 
 using rendertest::EventParse;
 using rendertest::TestDb;
-using Names = std::vector<std::u16string>;
 
-constexpr std::uint32_t kTop = 100;
+constexpr std::uint32_t kTop = 100, kSub = 200;
+enum : std::uint32_t { kN = 1, kE, kT, kW, kD, kS, kB3, kB4, kW12, kQ, kValue };
 
-// Entity {4, 1} "Ent" over struct 100.
+// Entity {4, 1} "Ent" over struct 100, with fields for every test.
 TestDb Base() {
   TestDb t;
   t.Entity({4, 1}, u"Ent", kTop);
+  t.Field(kN, u"n", 8, kFieldU8).Field(kE, u"e", 8, kFieldU8).Field(kT, u"t", 8, kFieldU8);
+  t.Field(kW, u"w", 16, kFieldU16).Field(kD, u"d", 32, kFieldU32).Field(kS, u"s", 8, kFieldI8);
+  t.Field(kB3, u"b3", 3, kFieldU8).Field(kB4, u"b4", 4, kFieldU8);
+  t.Field(kW12, u"w12", 12, kFieldU16).Field(kQ, u"q", 64, kFieldU64);
+  t.Field(kValue, u"value", 8, kFieldU8);
   return t;
 }
 
-std::vector<std::uint32_t> Offsets(const EventParse& p) {
-  std::vector<std::uint32_t> out;
-  for (const auto& e : p.list.Entries()) out.push_back(e.bit_offset);
-  return out;
+std::u16string Walk(const TestDb& t, std::vector<std::uint8_t> bytes) {
+  return EventParse(t.db(), 1, std::move(bytes)).Dump();
 }
 
-TEST(StructWalk, PlainFieldsInOrderWithOffsetsAndNames) {
-  TestDb t = Base();
-  t.Field(1, u"a", 8, kFieldU8).Field(2, u"b", 16, kFieldU16).Field(3, u"c", 4, kFieldU8);
-  t.Member(kTop, 1).Member(kTop, 2).Member(kTop, 3);
-  EventParse p(t.db(), 1, {0x01, 0x34, 0x12, 0x0F});
-  ASSERT_TRUE(p.ok);
-  EXPECT_EQ(p.Names(), (Names{u"a", u"b", u"c"}));
-  EXPECT_EQ(p.Texts(), (Names{u"1", u"4660", u"15"}));
-  EXPECT_EQ(Offsets(p), (std::vector<std::uint32_t>{0, 8, 24}));
-  EXPECT_EQ(p.list.Entity().name, u"Ent");
-}
+std::string Narrow(const std::u16string& s) { return std::string(s.begin(), s.end()); }
 
-TEST(StructWalk, NestedArrayOfStructsBuildsIndexedPaths) {
+TEST(StructWalk, FieldsStructsAndArraysBuildIndexedPaths) {
   TestDb t = Base();
-  t.Field(1, u"count", 8, kFieldU8).Field(2, u"value", 8, kFieldU8);
-  t.Row(kTop, kMemberStruct, 200, u"hdr");
-  t.Member(200, 1).Row(200, kMemberStruct, 300, u"rec", kRepeatCountField, u"1");
-  t.Member(300, 2);
-  EventParse p(t.db(), 1, {2, 10, 20});
-  ASSERT_TRUE(p.ok);
-  EXPECT_EQ(p.Names(), (Names{u"hdr.count", u"hdr.rec[0].value", u"hdr.rec[1].value"}));
+  t.Member(kTop, kN).Member(kTop, kW).Member(kTop, kB4);
+  EXPECT_EQ(Walk(t, {0x01, 0x34, 0x12, 0x0F}), u"n=1@0 w=4660@8 b4=15@24");
+
+  TestDb nested = Base();
+  nested.Row(kTop, kMemberStruct, kSub, u"hdr");
+  nested.Member(kSub, kN).Row(kSub, kMemberStruct, 300, u"rec", kRepeatCountField, u"1");
+  nested.Member(300, kValue);
+  EventParse p(nested.db(), 1, {2, 10, 20});
+  EXPECT_EQ(p.Dump(), u"hdr.n=2@0 hdr.rec[0].value=10@8 hdr.rec[1].value=20@16");
   EXPECT_EQ(p.list.Name(1, false), u"Ent.hdr.rec[0].value");
-  EXPECT_EQ(p.Texts(), (Names{u"2", u"10", u"20"}));
-
-  EventParse unnamed(t.db(), 1, {2, 10, 20}, true, false);
-  ASSERT_TRUE(unnamed.ok);
-  EXPECT_EQ(unnamed.Names(), (Names{u"", u"", u""}));
-  EXPECT_EQ(unnamed.list.FindByName(u"hdr.count", true, true), kNoIndex);
+  EventParse unnamed(nested.db(), 1, {2, 10, 20}, true, false);
+  EXPECT_EQ(unnamed.Dump(), u"=2@0 =10@8 =20@16");
+  EXPECT_EQ(unnamed.list.FindByName(u"hdr.n", true, true), kNoIndex);
   EXPECT_EQ(unnamed.list.FindByName(u"", true, true), 0u);
+
+  // A labelled field array: label, field name, index.
+  TestDb labelled = Base();
+  labelled.Row(kTop, kMemberField, kE, u"vals", kRepeatFixed, u"3");
+  EXPECT_EQ(Walk(labelled, {1, 2, 3, 4}), u"vals.e[0]=1@0 vals.e[1]=2@8 vals.e[2]=3@16");
 }
 
-TEST(StructWalk, LabelledFieldArraysAppendLabelThenFieldNameThenIndex) {
-  TestDb t = Base();
-  t.Field(1, u"v", 8, kFieldU8);
-  t.Row(kTop, kMemberField, 1, u"vals", kRepeatFixed, u"3");
-  EventParse p(t.db(), 1, {1, 2, 3, 4});
-  ASSERT_TRUE(p.ok);
-  EXPECT_EQ(p.Names(), (Names{u"vals.v[0]", u"vals.v[1]", u"vals.v[2]"}));
-  EXPECT_EQ(p.list.CurrentPosition(), 24u);
-}
+TEST(StructWalk, CountsFromFieldsAndRanges) {
+  TestDb zero = Base();  // a zero count makes the member absent
+  zero.Member(kTop, kN).Row(kTop, kMemberField, kE, {}, kRepeatCountField, u"1").Member(kTop, kT);
+  EXPECT_EQ(Walk(zero, {0, 0x55}), u"n=0@0 t=85@8");
 
-TEST(StructWalk, ZeroCountMakesTheMemberAbsent) {
-  TestDb t = Base();
-  t.Field(1, u"n", 8, kFieldU8).Field(2, u"x", 8, kFieldU8).Field(3, u"tail", 8, kFieldU8);
-  t.Member(kTop, 1).Row(kTop, kMemberField, 2, {}, kRepeatCountField, u"1").Member(kTop, 3);
-  EventParse p(t.db(), 1, {0, 0x55});
-  ASSERT_TRUE(p.ok);
-  EXPECT_EQ(p.Names(), (Names{u"n", u"tail"}));
-  EXPECT_EQ(p.Texts()[1], u"85");
-}
+  TestDb twice = Base();  // the newest occurrence of the count field wins
+  twice.Member(kTop, kN).Member(kTop, kN);
+  twice.Row(kTop, kMemberField, kE, {}, kRepeatCountField, u"1");
+  EXPECT_EQ(Walk(twice, {5, 1, 9, 9}), u"n=5@0 n=1@8 e[0]=9@16");
 
-TEST(StructWalk, RangeArraysIndexFromTheFirstBound) {
-  TestDb t = Base();
-  t.Field(1, u"first", 8, kFieldU8).Field(2, u"last", 8, kFieldU8).Field(3, u"e", 8, kFieldU8);
-  t.Member(kTop, 1).Member(kTop, 2).Row(kTop, kMemberField, 3, {}, kRepeatRange, u"1 2");
-  EventParse p(t.db(), 1, {5, 7, 0xA, 0xB, 0xC});
-  ASSERT_TRUE(p.ok);
-  EXPECT_EQ(p.Names(), (Names{u"first", u"last", u"e[5]", u"e[6]", u"e[7]"}));
+  TestDb negative = Base();
+  negative.Member(kTop, kS).Row(kTop, kMemberField, kE, {}, kRepeatCountField, u"6");
+  EXPECT_EQ(Walk(negative, {0xFF, 1, 2}), u"s=-1@0 FAIL");
 
-  EventParse inverted(t.db(), 1, {7, 5, 0xA, 0xB, 0xC});
-  EXPECT_FALSE(inverted.ok);
-  EXPECT_EQ(inverted.Names(), (Names{u"first", u"last"}));
+  TestDb later = Base();  // the count field comes after the array
+  later.Member(kTop, kE).Row(kTop, kMemberField, kE, {}, kRepeatCountField, u"1");
+  later.Member(kTop, kN);
+  EXPECT_EQ(Walk(later, {1, 1, 1}), u"e=1@0 FAIL");
 
-  EventParse single(t.db(), 1, {3, 3, 0xA});
-  ASSERT_TRUE(single.ok);
-  EXPECT_EQ(single.Names().back(), u"e[3]");
+  TestDb range = Base();  // ranges index from the first bound
+  range.Member(kTop, kN).Member(kTop, kT).Row(kTop, kMemberField, kE, {}, kRepeatRange, u"1 3");
+  EXPECT_EQ(Walk(range, {5, 7, 0xA, 0xB, 0xC}), u"n=5@0 t=7@8 e[5]=10@16 e[6]=11@24 e[7]=12@32");
+  EXPECT_EQ(Walk(range, {7, 5, 0xA, 0xB, 0xC}), u"n=7@0 t=5@8 FAIL");
+  EXPECT_EQ(Walk(range, {3, 3, 0xA}), u"n=3@0 t=3@8 e[3]=10@16");
 }
 
 TEST(StructWalk, ComputedCountsApplyEachOperator) {
-  struct Case {
-    std::u16string specifier;
-    std::size_t elements;
-  };
   // The count field holds 6.
-  const Case cases[] = {{u"1 + 1", 7}, {u"1 - 2", 4}, {u"1 * 2", 12},
-                        {u"1 / 4", 1}, {u"1 % 4", 2}, {u"1 / 0", 0}};
-  for (const Case& c : cases) {
+  const std::pair<std::u16string, std::size_t> cases[] = {
+      {u"1 + 1", 7}, {u"1 - 2", 4}, {u"1 * 2", 12}, {u"1 / 4", 1}, {u"1 % 4", 2}, {u"1 / 0", 0}};
+  for (const auto& [specifier, elements] : cases) {
     TestDb t = Base();
-    t.Field(1, u"n", 8, kFieldU8).Field(2, u"e", 8, kFieldU8);
-    t.Member(kTop, 1).Row(kTop, kMemberField, 2, {}, kRepeatComputed, c.specifier);
+    t.Member(kTop, kN).Row(kTop, kMemberField, kE, {}, kRepeatComputed, specifier);
     std::vector<std::uint8_t> bytes(20, 1);
     bytes[0] = 6;
     EventParse p(t.db(), 1, bytes);
-    ASSERT_TRUE(p.ok) << std::string(c.specifier.begin(), c.specifier.end());
-    EXPECT_EQ(p.list.Count(), 1 + c.elements)
-        << std::string(c.specifier.begin(), c.specifier.end());
+    EXPECT_TRUE(p.ok) << Narrow(specifier);
+    EXPECT_EQ(p.list.Count(), 1 + elements) << Narrow(specifier);
   }
-}
-
-TEST(StructWalk, NegativeOrUnavailableCountsStopTheWalk) {
-  TestDb t = Base();
-  t.Field(1, u"n", 8, kFieldI8).Field(2, u"e", 8, kFieldU8);
-  t.Member(kTop, 1).Row(kTop, kMemberField, 2, {}, kRepeatCountField, u"1");
-  EventParse negative(t.db(), 1, {0xFF, 1, 2});
-  EXPECT_FALSE(negative.ok);
-  EXPECT_EQ(negative.list.Count(), 1u);
-
-  TestDb later = Base();  // the count field comes after the array
-  later.Field(1, u"n", 8, kFieldU8).Field(2, u"e", 8, kFieldU8);
-  later.Member(kTop, 2).Row(kTop, kMemberField, 2, {}, kRepeatCountField, u"1").Member(kTop, 1);
-  EventParse missing(later.db(), 1, {1, 1, 1});
-  EXPECT_FALSE(missing.ok);
-  EXPECT_EQ(missing.Names(), (Names{u"e"}));
-
-  TestDb computed = Base();
-  computed.Field(1, u"n", 8, kFieldU8).Field(2, u"e", 8, kFieldU8);
-  computed.Member(kTop, 1).Row(kTop, kMemberField, 2, {}, kRepeatComputed, u"1 - 9");
-  EXPECT_FALSE(EventParse(computed.db(), 1, {3, 1, 1, 1}).ok);
-}
-
-TEST(StructWalk, NewestOccurrenceOfACountFieldWins) {
-  TestDb t = Base();
-  t.Field(1, u"n", 8, kFieldU8).Field(2, u"e", 8, kFieldU8);
-  t.Member(kTop, 1).Member(kTop, 1).Row(kTop, kMemberField, 2, {}, kRepeatCountField, u"1");
-  EventParse p(t.db(), 1, {5, 2, 9, 9, 9, 9, 9});
-  ASSERT_TRUE(p.ok);
-  EXPECT_EQ(p.list.Count(), 4u);
+  TestDb negative = Base();
+  negative.Member(kTop, kN).Row(kTop, kMemberField, kE, {}, kRepeatComputed, u"1 - 9");
+  EXPECT_EQ(Walk(negative, {3, 1, 1, 1}), u"n=3@0 FAIL");
 }
 
 TEST(StructWalk, ConditionsApplyEachOperator) {
-  struct Case {
-    std::u16string specifier;
-    bool present;
-  };
   // The governing field holds 6.
-  const Case cases[] = {
+  const std::pair<std::u16string, bool> cases[] = {
       {u"1 < 7", true},  {u"1 < 6", false},  {u"1 <= 6", true}, {u"1 <= 5", false},
       {u"1 = 6", true},  {u"1 = 7", false},  {u"1 != 5", true}, {u"1 != 6", false},
       {u"1 >= 6", true}, {u"1 >= 7", false}, {u"1 > 5", true},  {u"1 > 6", false},
       {u"1 % 3", true},  {u"1 % 4", false},  {u"1 !% 4", true}, {u"1 !% 3", false},
       {u"1 % 0", false}, {u"1 !% 0", true},  {u"1 > -1", true}, {u"1 < 0x10", true},
   };
-  for (const Case& c : cases) {
+  for (const auto& [specifier, present] : cases) {
     TestDb t = Base();
-    t.Field(1, u"n", 8, kFieldU8).Field(2, u"opt", 8, kFieldU8).Field(3, u"tail", 8, kFieldU8);
-    t.Member(kTop, 1).Row(kTop, kMemberField, 2, {}, kRepeatOptional, c.specifier).Member(kTop, 3);
-    EventParse p(t.db(), 1, {6, 0x11, 0x22});
-    ASSERT_TRUE(p.ok);
-    const Names want = c.present ? Names{u"n", u"opt", u"tail"} : Names{u"n", u"tail"};
-    EXPECT_EQ(p.Names(), want) << std::string(c.specifier.begin(), c.specifier.end());
+    t.Member(kTop, kN).Row(kTop, kMemberField, kE, {}, kRepeatOptional, specifier);
+    t.Member(kTop, kT);
     // An absent member reads nothing: the next field takes its place.
-    EXPECT_EQ(p.Texts().back(), c.present ? u"34" : u"17");
+    EXPECT_EQ(Walk(t, {6, 0x11, 0x22}), present ? u"n=6@0 e=17@8 t=34@16" : u"n=6@0 t=17@8")
+        << Narrow(specifier);
   }
+  TestDb unread = Base();  // a condition on a value not read yet is false
+  unread.Row(kTop, kMemberField, kE, {}, kRepeatOptional, u"1 = 0").Member(kTop, kN);
+  EXPECT_EQ(Walk(unread, {9}), u"n=9@0");
+
+  TestDb broken = Base();
+  broken.Member(kTop, kN).Row(kTop, kMemberField, kE, {}, kRepeatOptional, u"1 =< 3");
+  EXPECT_EQ(Walk(broken, {1, 2}), u"n=1@0 FAIL");
+  TestDb empty = Base();
+  empty.Member(kTop, kN).Row(kTop, kMemberField, kN, {}, kRepeatFixed, u"");
+  EXPECT_EQ(Walk(empty, {1, 2}), u"n=1@0 FAIL");
 }
 
-TEST(StructWalk, ConditionOnAValueNotReadMakesTheMemberAbsent) {
-  TestDb t = Base();
-  t.Field(1, u"n", 8, kFieldU8).Field(2, u"opt", 8, kFieldU8);
-  t.Row(kTop, kMemberField, 2, {}, kRepeatOptional, u"1 = 0").Member(kTop, 1);
-  EventParse p(t.db(), 1, {9});
-  ASSERT_TRUE(p.ok);
-  EXPECT_EQ(p.Names(), (Names{u"n"}));
-}
-
-TEST(StructWalk, BrokenSpecifiersStopTheWalk) {
-  TestDb t = Base();
-  t.Field(1, u"n", 8, kFieldU8).Field(2, u"e", 8, kFieldU8);
-  t.Member(kTop, 1).Row(kTop, kMemberField, 2, {}, kRepeatOptional, u"1 =< 3");
-  EXPECT_FALSE(EventParse(t.db(), 1, {1, 2}).ok);
-  TestDb u = Base();
-  u.Field(1, u"n", 8, kFieldU8);
-  u.Member(kTop, 1).Row(kTop, kMemberField, 1, {}, kRepeatFixed, u"");
-  EXPECT_FALSE(EventParse(u.db(), 1, {1, 2}).ok);
-}
-
-TEST(StructWalk, MovesGoForwardButNeverBehindTheExtent) {
-  TestDb t = Base();
-  t.Field(1, u"a", 8, kFieldU8).Field(2, u"b", 8, kFieldU8);
-  t.Member(kTop, 1).Row(kTop, kMemberMove, 24).Member(kTop, 2);
-  EventParse forward(t.db(), 1, {1, 2, 3, 4});
-  ASSERT_TRUE(forward.ok);
-  EXPECT_EQ(Offsets(forward), (std::vector<std::uint32_t>{0, 24}));
-
+TEST(StructWalk, MovesPadsAlignsAndExplicitOffsets) {
+  TestDb forward = Base();
+  forward.Member(kTop, kN).Row(kTop, kMemberMove, 24).Member(kTop, kE);
+  EXPECT_EQ(Walk(forward, {1, 2, 3, 4}), u"n=1@0 e=4@24");
   TestDb back = Base();  // a move to bit 8 after reading 16 bits is ignored
-  back.Field(1, u"a", 16, kFieldU16).Field(2, u"b", 8, kFieldU8);
-  back.Member(kTop, 1).Row(kTop, kMemberMove, 8).Member(kTop, 2);
-  EventParse ignored(back.db(), 1, {1, 2, 3});
-  ASSERT_TRUE(ignored.ok);
-  EXPECT_EQ(Offsets(ignored), (std::vector<std::uint32_t>{0, 16}));
-}
+  back.Member(kTop, kW).Row(kTop, kMemberMove, 8).Member(kTop, kE);
+  EXPECT_EQ(Walk(back, {1, 2, 3}), u"w=513@0 e=3@16");
 
-TEST(StructWalk, PadsMoveByAFieldValueInBitsOrBytes) {
-  TestDb t = Base();
-  t.Field(1, u"off", 8, kFieldU8).Field(2, u"x", 8, kFieldU8);
-  t.Member(kTop, 1).Row(kTop, kMemberPadBits, 1).Member(kTop, 2);
-  EventParse bits(t.db(), 1, {16, 0, 0x77});
-  ASSERT_TRUE(bits.ok);
-  EXPECT_EQ(Offsets(bits), (std::vector<std::uint32_t>{0, 16}));
+  TestDb bits = Base();
+  bits.Member(kTop, kN).Row(kTop, kMemberPadBits, kN).Member(kTop, kE);
+  EXPECT_EQ(Walk(bits, {16, 0, 0x77}), u"n=16@0 e=119@16");
+  TestDb bytes = Base();
+  bytes.Member(kTop, kN).Row(kTop, kMemberPadBytes, kN).Member(kTop, kE);
+  EXPECT_EQ(Walk(bytes, {3, 0, 0, 0x77}), u"n=3@0 e=119@24");
+  TestDb unread = Base();  // the pad's field was never read
+  unread.Member(kTop, kE).Row(kTop, kMemberPadBits, kN);
+  EXPECT_EQ(Walk(unread, {1, 2}), u"e=1@0 FAIL");
 
-  TestDb b = Base();
-  b.Field(1, u"off", 8, kFieldU8).Field(2, u"x", 8, kFieldU8);
-  b.Member(kTop, 1).Row(kTop, kMemberPadBytes, 1).Member(kTop, 2);
-  EventParse bytes(b.db(), 1, {3, 0, 0, 0x77});
-  ASSERT_TRUE(bytes.ok);
-  EXPECT_EQ(Offsets(bytes), (std::vector<std::uint32_t>{0, 24}));
-  EXPECT_EQ(bytes.Texts()[1], u"119");
+  TestDb align = Base();
+  align.Member(kTop, kB3).Row(kTop, kMemberAlign, 0).Member(kTop, kE);
+  align.Row(kTop, kMemberAlign, 0).Member(kTop, kE);
+  EXPECT_EQ(Walk(align, {0xFF, 0x12, 0x34}), u"b3=7@0 e=18@8 e=52@16");
 
-  TestDb missing = Base();  // the pad's field was never read
-  missing.Field(1, u"off", 8, kFieldU8).Field(2, u"x", 8, kFieldU8);
-  missing.Member(kTop, 2).Row(kTop, kMemberPadBits, 1);
-  EventParse failed(missing.db(), 1, {1, 2});
-  EXPECT_FALSE(failed.ok);
-  EXPECT_EQ(failed.list.Count(), 1u);
-}
-
-TEST(StructWalk, AlignMovesToTheNextByteOfTheExtent) {
-  TestDb t = Base();
-  t.Field(1, u"a", 3, kFieldU8).Field(2, u"b", 8, kFieldU8);
-  t.Member(kTop, 1)
-      .Row(kTop, kMemberAlign, 0)
-      .Member(kTop, 2)
-      .Row(kTop, kMemberAlign, 0)
-      .Member(kTop, 2);
-  EventParse p(t.db(), 1, {0xFF, 0x12, 0x34});
-  ASSERT_TRUE(p.ok);
-  EXPECT_EQ(Offsets(p), (std::vector<std::uint32_t>{0, 8, 16}));
+  // Explicit offsets are relative to the enclosing struct.
+  TestDb offsets = Base();
+  offsets.Member(kTop, kN).Row(kTop, kMemberStruct, kSub, u"s");
+  offsets.Row(kSub, kMemberField, kE, {}, kRepeatNone, {}, 16);
+  offsets.Row(kSub, kMemberField, kE, {}, kRepeatNone, {}, 0);
+  EXPECT_EQ(Walk(offsets, {1, 2, 3, 4}), u"n=1@0 s.e=4@24 s.e=2@8");
 }
 
 TEST(StructWalk, AlignAndMovesFollowTheExtentNotTheReaderAfterAStepBack) {
   // 12 bits read, then a field at the explicit offset 0 puts the reader
   // back at bit 3 while the extent stays 12.
-  TestDb t = Base();
-  t.Field(1, u"w", 12, kFieldU16).Field(2, u"n", 3, kFieldU8).Field(3, u"b", 8, kFieldU8);
-  t.Member(kTop, 1).Row(kTop, kMemberField, 2, {}, kRepeatNone, {}, 0);
-  t.Row(kTop, kMemberAlign, 0).Member(kTop, 3);
-  EventParse aligned(t.db(), 1, {0xFF, 0xFF, 0x42});
-  ASSERT_TRUE(aligned.ok);
-  EXPECT_EQ(Offsets(aligned), (std::vector<std::uint32_t>{0, 0, 16}));
-
-  // A move to bit 8 lies ahead of the reader (bit 3) but behind the
-  // extent: ignored, the next field is read at bit 3.
-  TestDb moved = Base();
-  moved.Field(1, u"w", 12, kFieldU16).Field(2, u"n", 3, kFieldU8).Field(3, u"b", 8, kFieldU8);
-  moved.Member(kTop, 1).Row(kTop, kMemberField, 2, {}, kRepeatNone, {}, 0);
-  moved.Row(kTop, kMemberMove, 8).Member(kTop, 3);
-  EventParse ignored(moved.db(), 1, {0xFF, 0xFF, 0x42});
-  ASSERT_TRUE(ignored.ok);
-  EXPECT_EQ(Offsets(ignored), (std::vector<std::uint32_t>{0, 0, 3}));
+  for (bool move : {false, true}) {
+    TestDb t = Base();
+    t.Member(kTop, kW12).Row(kTop, kMemberField, kB3, {}, kRepeatNone, {}, 0);
+    t.Row(kTop, move ? kMemberMove : kMemberAlign, move ? 8 : 0).Member(kTop, kE);
+    // A move to bit 8 lies ahead of the reader but behind the extent: ignored.
+    EXPECT_EQ(Walk(t, {0xFF, 0xFF, 0x42}),
+              move ? u"w12=4095@0 b3=7@0 e=255@3" : u"w12=4095@0 b3=7@0 e=66@16");
+  }
 }
 
-TEST(StructWalk, ExplicitOffsetsAreRelativeToTheEnclosingStruct) {
+TEST(StructWalk, BitOrderSwitchesOnlyAtByteBoundaries) {
   TestDb t = Base();
-  t.Field(1, u"a", 8, kFieldU8).Field(2, u"b", 8, kFieldU8);
-  t.Member(kTop, 1).Row(kTop, kMemberStruct, 200, u"s");
-  t.Row(200, kMemberField, 2, {}, kRepeatNone, {}, 16)
-      .Row(200, kMemberField, 2, {}, kRepeatNone, {}, 0);
-  EventParse p(t.db(), 1, {1, 2, 3, 4});
-  ASSERT_TRUE(p.ok);
-  EXPECT_EQ(Offsets(p), (std::vector<std::uint32_t>{0, 24, 8}));
-  EXPECT_EQ(p.Texts(), (Names{u"1", u"4", u"2"}));
-}
-
-TEST(StructWalk, BitOrderMarkersSwitchAtByteBoundariesAndAreRestored) {
-  TestDb t = Base();
-  t.Field(1, u"w", 16, kFieldU16).Field(2, u"n", 4, kFieldU8).Field(3, u"pad", 4, kFieldU8);
-  t.Row(kTop, kMemberStruct, 200, u"be").Member(kTop, 1);
-  t.Row(200, kMemberMsbFirst, 0).Member(200, 1).Member(200, 2).Member(200, 3);
+  t.Row(kTop, kMemberStruct, kSub, u"be").Member(kTop, kW);
+  t.Row(kSub, kMemberMsbFirst, 0).Member(kSub, kW).Member(kSub, kB4).Member(kSub, kB4);
   EventParse p(t.db(), 1, {0x12, 0x34, 0xAB, 0x34, 0x12});
-  ASSERT_TRUE(p.ok);
-  EXPECT_EQ(p.Texts(), (Names{u"4660", u"10", u"11", u"4660"}));
-  EXPECT_EQ(p.list.GetBitOrder(), kLsbFirst);
+  EXPECT_EQ(p.Dump(), u"be.w=4660@0 be.b4=10@16 be.b4=11@20 w=4660@24");
+  EXPECT_EQ(p.list.GetBitOrder(), kLsbFirst);  // restored after the struct
+
+  for (std::int32_t marker : {kMemberMsbFirst, kMemberLsbFirst}) {
+    TestDb off = Base();  // the switch would come after 3 bits
+    off.Member(kTop, kB3).Row(kTop, kMemberStruct, kSub);
+    off.Row(kSub, marker, 0).Member(kSub, kE);
+    // A marker that names the current order needs no switch.
+    EXPECT_EQ(Walk(off, {1, 2, 3}), marker == kMemberMsbFirst ? u"b3=1@0 FAIL" : u"b3=1@0 e=64@3");
+  }
+  TestDb restore = Base();  // restoring after 4 bits
+  restore.Row(kTop, kMemberStruct, kSub).Member(kTop, kE);
+  restore.Row(kSub, kMemberMsbFirst, 0).Member(kSub, kB4);
+  EXPECT_EQ(Walk(restore, {0xA0, 2, 3}), u"b4=10@0 FAIL");
 }
 
-TEST(StructWalk, BitOrderSwitchOffAByteBoundaryFails) {
+TEST(StructWalk, BadInputStopsTheWalkKeepingEveryCompleteField) {
   TestDb t = Base();
-  t.Field(1, u"a", 3, kFieldU8).Field(2, u"b", 8, kFieldU8);
-  t.Member(kTop, 1).Row(kTop, kMemberStruct, 200);
-  t.Row(200, kMemberMsbFirst, 0).Member(200, 2);
-  EventParse p(t.db(), 1, {1, 2, 3});
-  EXPECT_FALSE(p.ok);
-  EXPECT_EQ(p.list.Count(), 1u);
+  t.Member(kTop, kN).Member(kTop, kW).Member(kTop, kD);
+  EXPECT_EQ(Walk(t, {1, 2, 0, 3, 0, 0, 0}), u"n=1@0 w=2@8 d=3@24");
+  EXPECT_EQ(Walk(t, {1, 2, 0, 3, 0, 0}), u"n=1@0 w=2@8 FAIL");
 
-  // A marker that names the current order needs no switch.
-  TestDb same = Base();
-  same.Field(1, u"a", 3, kFieldU8).Field(2, u"b", 8, kFieldU8);
-  same.Member(kTop, 1).Row(kTop, kMemberStruct, 200);
-  same.Row(200, kMemberLsbFirst, 0).Member(200, 2);
-  EXPECT_TRUE(EventParse(same.db(), 1, {1, 2, 3}).ok);
-}
-
-TEST(StructWalk, RestoringTheBitOrderOffAByteBoundaryFails) {
-  TestDb t = Base();
-  t.Field(1, u"n", 4, kFieldU8).Field(2, u"b", 8, kFieldU8);
-  t.Row(kTop, kMemberStruct, 200).Member(kTop, 2);
-  t.Row(200, kMemberMsbFirst, 0).Member(200, 1);
-  EventParse p(t.db(), 1, {0xA0, 2, 3});
-  EXPECT_FALSE(p.ok);
-  EXPECT_EQ(p.Texts(), (Names{u"10"}));
-}
-
-TEST(StructWalk, PayloadOneByteShortKeepsEveryCompleteField) {
-  TestDb t = Base();
-  t.Field(1, u"a", 8, kFieldU8).Field(2, u"b", 16, kFieldU16).Field(3, u"c", 32, kFieldU32);
-  t.Member(kTop, 1).Member(kTop, 2).Member(kTop, 3);
-  EventParse full(t.db(), 1, {1, 2, 0, 3, 0, 0, 0});
-  ASSERT_TRUE(full.ok);
-  EXPECT_EQ(full.list.Count(), 3u);
-  EventParse shorter(t.db(), 1, {1, 2, 0, 3, 0, 0});
-  EXPECT_FALSE(shorter.ok);
-  EXPECT_EQ(shorter.Names(), (Names{u"a", u"b"}));
-}
-
-TEST(StructWalk, UnknownMemberKindsAndMissingDefinitionsFail) {
-  TestDb t = Base();
-  t.Field(1, u"a", 8, kFieldU8);
-  t.Member(kTop, 1).Row(kTop, 9, 0);
-  EXPECT_FALSE(EventParse(t.db(), 1, {1, 2}).ok);
-
+  TestDb kind = Base();
+  kind.Member(kTop, kN).Row(kTop, 9, 0);
+  EXPECT_EQ(Walk(kind, {1, 2}), u"n=1@0 FAIL");
   TestDb no_field = Base();
   no_field.Member(kTop, 77);
-  EXPECT_FALSE(EventParse(no_field.db(), 1, {1}).ok);
-
+  EXPECT_EQ(Walk(no_field, {1}), u" FAIL");
   TestDb no_struct = Base();
-  no_struct.Field(1, u"a", 8, kFieldU8).Member(kTop, 1).Row(kTop, kMemberStruct, 555);
-  EventParse nested(no_struct.db(), 1, {1, 2});
-  EXPECT_FALSE(nested.ok);
-  EXPECT_EQ(nested.list.Count(), 1u);
+  no_struct.Member(kTop, kN).Row(kTop, kMemberStruct, 555);
+  EXPECT_EQ(Walk(no_struct, {1, 2}), u"n=1@0 FAIL");
 }
 
-TEST(StructWalk, AStructThatContainsItselfStopsWithoutCrashing) {
-  TestDb t = Base();
-  t.Field(1, u"a", 1, kFieldU8);
-  t.Member(kTop, 1).Row(kTop, kMemberStruct, kTop, u"self");
-  EventParse p(t.db(), 1, std::vector<std::uint8_t>(64, 0xFF));
+TEST(StructWalk, RunawayWalksAreCutOff) {
+  TestDb self = Base();  // a struct that contains itself
+  self.Member(kTop, kB3).Row(kTop, kMemberStruct, kTop, u"self");
+  EventParse p(self.db(), 1, std::vector<std::uint8_t>(64, 0xFF));
   EXPECT_FALSE(p.ok);
   EXPECT_EQ(p.list.Count(), kMaxWalkDepth);
 
-  // Two structures that contain each other, twice each: the depth limit and
-  // the step budget keep the walk finite.
+  // Two structures that contain each other, twice each.
   TestDb wide = Base();
-  wide.Row(kTop, kMemberStruct, 200).Row(kTop, kMemberStruct, 200);
-  wide.Row(200, kMemberStruct, kTop).Row(200, kMemberStruct, kTop);
+  wide.Row(kTop, kMemberStruct, kSub).Row(kTop, kMemberStruct, kSub);
+  wide.Row(kSub, kMemberStruct, kTop).Row(kSub, kMemberStruct, kTop);
   EXPECT_FALSE(EventParse(wide.db(), 1, {1}).ok);
-}
 
-TEST(StructWalk, HugeCountsOfElementsThatReadNothingAreCutOff) {
-  TestDb t = Base();
-  t.Field(1, u"a", 8, kFieldU8);
-  t.Member(kTop, 1).Row(kTop, kMemberStruct, 200, {}, kRepeatFixed, u"4000000000");
-  t.Row(200, kMemberAlign, 0);
-  EventParse p(t.db(), 1, {1}, false, false);
-  EXPECT_FALSE(p.ok);
-  EXPECT_EQ(p.list.Count(), 1u);
-
-  // A count read from the payload: 2^40 elements.
-  TestDb counted = Base();
-  counted.Field(1, u"n", 64, kFieldU64);
-  counted.Member(kTop, 1).Row(kTop, kMemberStruct, 200, {}, kRepeatCountField, u"1");
-  counted.Row(200, kMemberMove, 1);
+  // Huge counts of elements that read nothing.
+  TestDb fixed = Base();
+  fixed.Member(kTop, kN).Row(kTop, kMemberStruct, kSub, {}, kRepeatFixed, u"4000000000");
+  fixed.Row(kSub, kMemberAlign, 0);
+  EventParse huge(fixed.db(), 1, {1}, false, false);
+  EXPECT_FALSE(huge.ok);
+  EXPECT_EQ(huge.list.Count(), 1u);
+  TestDb counted = Base();  // 2^40 elements
+  counted.Member(kTop, kQ).Row(kTop, kMemberStruct, kSub, {}, kRepeatCountField, u"10");
+  counted.Row(kSub, kMemberMove, 1);
   EXPECT_FALSE(EventParse(counted.db(), 1, {0, 0, 0, 0, 0, 1, 0, 0, 0}).ok);
-}
 
-TEST(StructWalk, ElementsThatRereadTheSameBitsStopAtTheEntryLimit) {
-  // Each element reads a byte, then an alignment member with an explicit
-  // offset of 0 moves the reader back to the element's start.
-  TestDb t = Base();
-  t.Field(1, u"a", 8, kFieldU8);
-  t.Row(kTop, kMemberStruct, 200, {}, kRepeatFixed, u"4000000000");
-  t.Member(200, 1).Row(200, kMemberAlign, 0, {}, kRepeatNone, {}, 0);
-  EventParse p(t.db(), 1, {1}, false, false);
-  EXPECT_FALSE(p.ok);
-  EXPECT_EQ(p.list.Count(), kMaxParsedFields);
+  // Elements that reread the same byte: an alignment with the explicit
+  // offset 0 moves the reader back to the element's start.
+  TestDb reread = Base();
+  reread.Row(kTop, kMemberStruct, kSub, {}, kRepeatFixed, u"4000000000");
+  reread.Member(kSub, kN).Row(kSub, kMemberAlign, 0, {}, kRepeatNone, {}, 0);
+  EventParse limited(reread.db(), 1, {1}, false, false);
+  EXPECT_FALSE(limited.ok);
+  EXPECT_EQ(limited.list.Count(), kMaxParsedFields);
 }
 
 }  // namespace

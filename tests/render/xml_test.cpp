@@ -10,27 +10,21 @@ namespace {
 using rendertest::EventParse;
 using rendertest::TestDb;
 
-TEST(FieldXml, EmptyPayloadWithANameGivesThreeLines) {
+TEST(FieldXml, EmptyLists) {
   TestDb t;
   t.Entity({4, 1}, u"Ent", 100).Field(1, u"a", 8, kFieldU8).Member(100, 1);
-  EventParse p(t.db(), 1, {});
-  ASSERT_TRUE(p.ok);
-  EXPECT_EQ(FieldListXml(p.list), u"<Entity>\n  <Name>Ent</Name>\n</Entity>\n");
-}
-
-TEST(FieldXml, AListWithoutEntityIsJustTheEnvelope) {
-  TestDb t;
-  ParsedFieldList l(t.db(), nullptr);
-  l.Parse(false, true, true);
-  EXPECT_EQ(FieldListXml(l), u"<Entity>\n</Entity>\n");
+  EXPECT_EQ(FieldListXml(EventParse(t.db(), 1, {}).list),
+            u"<Entity>\n  <Name>Ent</Name>\n</Entity>\n");
+  ParsedFieldList no_entity(t.db(), nullptr);
+  no_entity.Parse(false, true, true);
+  EXPECT_EQ(FieldListXml(no_entity), u"<Entity>\n</Entity>\n");
 }
 
 TEST(FieldXml, NamedFieldsWithSummaryAndEnumeration) {
   TestDb t;
   t.Entity({4, 1}, u"Ent", 100, 5).Summary(5, u"a=%u & more", u"a");
   t.Field(1, u"a", 8, kFieldU8).EnumField(2, u"mode", 8, false, 3, true);
-  t.Field(3, u"s", 0, kFieldZString16);
-  t.EnumEntry(3, 0x1F, u"Thirty-one");
+  t.Field(3, u"s", 0, kFieldZString16).EnumEntry(3, 0x1F, u"Thirty-one");
   t.Member(100, 1).Member(100, 2).Member(100, 3);
   EventParse p(t.db(), 1, {7, 0x1F, 'h', 0, 'i', 0, 0, 0});
   ASSERT_TRUE(p.ok);
@@ -88,8 +82,7 @@ TEST(FieldXml, NumbersWithoutValueTextsShowEmptyTextsButEnumerationRawValues) {
   TestDb t;
   t.Entity({4, 1}, u"Ent", 100).Field(1, u"a", 8, kFieldU8).EnumField(2, u"e", 8, true, 3);
   t.Member(100, 1).Member(100, 2);
-  EventParse p(t.db(), 1, {7, 0xFF}, false, true);
-  const std::u16string xml = FieldListXml(p.list);
+  const std::u16string xml = FieldListXml(EventParse(t.db(), 1, {7, 0xFF}, false, true).list);
   EXPECT_NE(xml.find(u"<ValueText></ValueText>\n      <ValueRaw></ValueRaw>"),
             std::u16string::npos);
   EXPECT_NE(xml.find(u"<ValueText></ValueText>\n      <ValueRaw>-1</ValueRaw>"),
