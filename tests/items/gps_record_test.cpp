@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstring>
 #include <limits>
 #include <vector>
@@ -10,27 +9,23 @@
 namespace quillon {
 namespace {
 
-platform::SystemTime Day(std::uint16_t year, std::uint16_t month, std::uint16_t day) {
-  platform::SystemTime t;
-  t.year = year;
-  t.month = month;
-  t.day = day;
-  return t;
+platform::SystemTime At(std::uint16_t h, std::uint16_t m, std::uint16_t s, std::uint16_t ms) {
+  return {2024, 3, 0, 1, h, m, s, ms};
 }
 
-std::uint64_t FileTimeOf(platform::SystemTime t) {
+ItemTimestamp Stamp(platform::SystemTime t) {
   platform::FileTime ft = 0;
   EXPECT_TRUE(platform::SystemTimeToFileTime(t, ft));
-  return ft;
+  return ItemTimestamp::FromFileTime(ft);
 }
 
-TEST(GpsRecord, ReadsFields) {
+TEST(GpsRecord, ReadsFieldsAndMissingFieldsAsZero) {
   std::vector<std::uint8_t> b(kGpsRecordSize);
   const double d[6] = {-33.5, 151.25, 12.5, 270.0, 3.5, 93015.25};
-  std::memcpy(b.data(), d, sizeof d);
   const std::int32_t n[2] = {7, 2};
+  std::memcpy(b.data(), d, sizeof d);
   std::memcpy(b.data() + 48, n, sizeof n);
-  const GpsRecord g = ReadGpsRecord(b);
+  GpsRecord g = ReadGpsRecord(b);
   EXPECT_EQ(g.latitude, -33.5);
   EXPECT_EQ(g.longitude, 151.25);
   EXPECT_EQ(g.altitude, 12.5);
@@ -39,65 +34,40 @@ TEST(GpsRecord, ReadsFields) {
   EXPECT_EQ(g.utc_time, 93015.25);
   EXPECT_EQ(g.satellites, 7);
   EXPECT_EQ(g.quality, 2);
-}
-
-TEST(GpsRecord, ShortRecordReadsMissingFieldsAsZero) {
-  std::vector<std::uint8_t> b(20, 0);
-  const double lat = 10.0;
-  std::memcpy(b.data(), &lat, 8);
-  const GpsRecord g = ReadGpsRecord(b);
-  EXPECT_EQ(g.latitude, 10.0);
+  b.resize(20);
+  g = ReadGpsRecord(b);
+  EXPECT_EQ(g.latitude, -33.5);
   EXPECT_EQ(g.altitude, 0.0);
   EXPECT_EQ(g.quality, 0);
 }
 
 TEST(GpsTime, TimeOfDayOnTheGivenDate) {
-  platform::SystemTime want = Day(2024, 3, 1);
-  want.hour = 9;
-  want.minute = 30;
-  want.second = 15;
-  want.milliseconds = 250;
-  auto t = GpsTimeOnDate(93015.25, Day(2024, 3, 1));
-  ASSERT_TRUE(t.has_value());
-  EXPECT_EQ(*t, ItemTimestamp::FromFileTime(FileTimeOf(want)));
-}
-
-TEST(GpsTime, RoundsToMillisecondsAsPrinted) {
-  platform::SystemTime want = Day(2024, 3, 1);
-  want.second = 6;
+  const platform::SystemTime day = At(0, 0, 0, 0);
+  EXPECT_EQ(GpsTimeOnDate(93015.25, day), Stamp(At(9, 30, 15, 250)));
   // 5.9996 prints as "000006.000" with three decimals.
-  auto t = GpsTimeOnDate(5.9996, Day(2024, 3, 1));
-  ASSERT_TRUE(t.has_value());
-  EXPECT_EQ(*t, ItemTimestamp::FromFileTime(FileTimeOf(want)));
-}
-
-TEST(GpsTime, RefusesValuesThatAreNoTimeOfDay) {
-  const auto day = Day(2024, 3, 1);
-  EXPECT_FALSE(GpsTimeOnDate(-5.0, day).has_value());
-  EXPECT_FALSE(GpsTimeOnDate(250000.0, day).has_value());   // hour 25
-  EXPECT_FALSE(GpsTimeOnDate(96000.0, day).has_value());    // minute 60
-  EXPECT_FALSE(GpsTimeOnDate(1234567.0, day).has_value());  // too long
-  EXPECT_FALSE(GpsTimeOnDate(std::numeric_limits<double>::quiet_NaN(), day).has_value());
-  EXPECT_FALSE(GpsTimeOnDate(std::numeric_limits<double>::infinity(), day).has_value());
-  EXPECT_TRUE(GpsTimeOnDate(235959.999, day).has_value());
+  EXPECT_EQ(GpsTimeOnDate(5.9996, day), Stamp(At(0, 0, 6, 0)));
+  EXPECT_EQ(GpsTimeOnDate(235959.999, day), Stamp(At(23, 59, 59, 999)));
+  for (double bad :
+       {-5.0, 250000.0 /* hour 25 */, 96000.0 /* minute 60 */, 1234567.0,
+        std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
+    EXPECT_FALSE(GpsTimeOnDate(bad, day).has_value()) << bad;
+  }
 }
 
 TEST(GpsTime, TodayUsesTheCurrentDate) {
-  platform::SystemTime before;
+  platform::SystemTime before, after, got;
   ASSERT_TRUE(platform::FileTimeToSystemTime(platform::CurrentFileTime(), before));
-  auto t = GpsTimeToday(120000.0);
-  platform::SystemTime after;
+  const auto t = GpsTimeToday(120000.0);
   ASSERT_TRUE(platform::FileTimeToSystemTime(platform::CurrentFileTime(), after));
   ASSERT_TRUE(t.has_value());
-  platform::SystemTime got;
   ASSERT_TRUE(platform::FileTimeToSystemTime(t->ToFileTime(), got));
   EXPECT_EQ(got.hour, 12);
   EXPECT_EQ(got.minute, 0);
   // Around midnight the date may move on between the calls.
-  const bool same_day =
-      (got.year == before.year && got.month == before.month && got.day == before.day) ||
-      (got.year == after.year && got.month == after.month && got.day == after.day);
-  EXPECT_TRUE(same_day);
+  auto same_day = [&got](const platform::SystemTime& d) {
+    return got.year == d.year && got.month == d.month && got.day == d.day;
+  };
+  EXPECT_TRUE(same_day(before) || same_day(after));
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
-// Test helpers for items/: a minimal concrete item and a small database
-// built in memory.
+// Test helpers for items/: a minimal concrete item and a small database.
 #pragma once
 
 #include <cstdint>
@@ -29,31 +28,17 @@ class TestItem final : public ItemRecord {
   bool valid_;
 };
 
+// Adds an item entry; OTA entries (table kOta) list their kinds.
 inline void AddItem(Database& db, DbItemTable table, std::uint32_t first, std::uint32_t second,
-                    std::u16string name) {
+                    std::u16string name, std::vector<std::uint32_t> ota_kinds = {}) {
   ItemEntry entry;
   entry.first = first;
   entry.second = second;
   entry.name = std::move(name);
-  db.MutableTables().Items(table)[MakeItemKey(first, second)] = std::move(entry);
-}
-
-inline void AddOtaType(Database& db, std::uint32_t log_code, std::vector<std::uint32_t> kinds,
-                       std::u16string name) {
-  ItemEntry entry;
-  entry.first = log_code;
-  entry.name = std::move(name);
-  entry.ota_codes = std::move(kinds);
-  db.MutableTables().Items(DbItemTable::kOta)[MakeItemKey(log_code)] = std::move(entry);
-}
-
-inline void AddEnumEntry(Database& db, std::uint32_t enum_id, std::int32_t value,
-                         std::u16string name) {
-  EnumEntryRecord entry;
-  entry.enum_id = enum_id;
-  entry.value = value;
-  entry.name = std::move(name);
-  db.MutableTables().enum_entries[{enum_id, value}] = std::move(entry);
+  entry.ota_codes = std::move(ota_kinds);
+  const ItemEntryKey key =
+      table == DbItemTable::kOta ? MakeItemKey(first) : MakeItemKey(first, second);
+  db.MutableTables().Items(table)[key] = std::move(entry);
 }
 
 // One entry per item table, with names the tests can tell apart.
@@ -66,8 +51,12 @@ inline void FillSampleDatabase(Database& db) {
   AddItem(db, DbItemTable::kMessage, 21, 2, u"Call Processing High");
   AddItem(db, DbItemTable::kSubsysResponse, 18, 42, u"FTM Response");
   AddItem(db, DbItemTable::kSubsysRequest, 18, 42, u"FTM Request");
-  AddOtaType(db, 0x713A, {1, 2}, u"LTE RRC OTA");
-  AddEnumEntry(db, 10009, 2, u"Annotation");
+  AddItem(db, DbItemTable::kOta, 0x713A, 0, u"LTE RRC OTA", {1, 2});
+  EnumEntryRecord annotation;
+  annotation.enum_id = 10009;  // the string types
+  annotation.value = 2;
+  annotation.name = u"Annotation";
+  db.MutableTables().enum_entries[{10009, 2}] = std::move(annotation);
 }
 
 }  // namespace quillon::itemstest

@@ -2,237 +2,155 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
 #include <set>
 #include <vector>
 
+#include "items/item_config.h"
+#include "items/item_name.h"
 #include "items/type_text.h"
 
 namespace quillon {
 namespace {
 
-std::u16string Text(const ItemKey& key) { return KeyText(key); }
+std::string Show(const ItemKey& key) { return testing::PrintToString(key.Elements()); }
 
-TEST(KeyText, FormatsEachType) {
-  EXPECT_EQ(Text({0}), u"-");
-  EXPECT_EQ(Text({0, 7}), u"007");
-  EXPECT_EQ(Text({1, 75}), u"075");
-  EXPECT_EQ(Text({2, 0}), u"000");
-  EXPECT_EQ(Text({2, 255}), u"255");
-  EXPECT_EQ(Text({3}), u"-");
-  EXPECT_EQ(Text({4, 412}), u"00412");
-  EXPECT_EQ(Text({4, 4095}), u"04095");
-  EXPECT_EQ(Text({5, 0x108A}), u"0x108A");
-  EXPECT_EQ(Text({5, 0x1a}), u"0x001A");
-  EXPECT_EQ(Text({6, 21, 2}), u"00021/02");
-  EXPECT_EQ(Text({6, 65535, 32}), u"65535/32");
-  EXPECT_EQ(Text({7, 3}), u"3");
-  EXPECT_EQ(Text({8, 0x713A}), u"0x713A");
-  EXPECT_EQ(Text({8, 0x713A, 1, 17}), u"0x713A/001/017");
-  EXPECT_EQ(Text({8, 0x713A, 4000000000u}), u"0x713A/4000000000");
-  EXPECT_EQ(Text({9, 18, 42}), u"0018/0042");
-  EXPECT_EQ(Text({10, 255, 65535}), u"0255/65535");
+const char16_t* const kTypeTexts[] = {u"MALFORMED", u"DIAG RX",   u"DIAG TX",  u"GPS",
+                                      u"EVENT",     u"LOG",       u"MSG",      u"STRING",
+                                      u"OTA LOG",   u"SUBSYS RX", u"SUBSYS TX"};
+
+// The smallest, a typical and the largest key of every type, with its text.
+TEST(KeyText, FormatsAndReadsBackEveryType) {
+  // clang-format off
+  const std::vector<std::pair<ItemKey, std::u16string>> rows = {
+      {{0}, u"-"}, {{1, 0}, u"000"}, {{1, 75}, u"075"}, {{2, 255}, u"255"}, {{3}, u"-"},
+      {{4, 0}, u"00000"}, {{4, 412}, u"00412"}, {{4, 4095}, u"04095"}, {{5, 0}, u"0x0000"},
+      {{5, 0x1a}, u"0x001A"}, {{5, 0x108A}, u"0x108A"}, {{5, 65535}, u"0xFFFF"},
+      {{6, 0, 0}, u"00000/00"}, {{6, 21, 2}, u"00021/02"}, {{6, 65535, 32}, u"65535/32"},
+      {{7, 0}, u"0"}, {{7, 4}, u"4"}, {{8, 0x713A}, u"0x713A"},
+      {{8, 0x713A, 1, 17}, u"0x713A/001/017"}, {{8, 0x713A, 4000000000u}, u"0x713A/4000000000"},
+      {{8, 65535, 0, 0xFFFFFFFFu}, u"0xFFFF/000/4294967295"}, {{9, 0, 0}, u"0000/0000"},
+      {{9, 18, 42}, u"0018/0042"}, {{10, 255, 65535}, u"0255/65535"}};
+  // clang-format on
+  for (const auto& [key, text] : rows) {
+    SCOPED_TRACE(Show(key));
+    EXPECT_EQ(KeyText(key), text);
+    EXPECT_EQ(BracketedKeyText(key), u"[" + text + u"]");
+    EXPECT_EQ(TypeText(key), kTypeTexts[key[0]]);
+    EXPECT_EQ(ParseKeyText(text, key[0]), key);
+  }
+  // MALFORMED's command code is printed but its parse takes no numbers.
+  EXPECT_EQ(KeyText({0, 7}), u"007");
+  EXPECT_EQ(ParseKeyText(u"007", 0), (ItemKey{0}));
 }
 
-TEST(KeyText, InvalidKeysHaveNoText) {
+TEST(KeyText, InvalidKeysAreRefused) {
   const std::vector<ItemKey> invalid = {
       {},        {11},       {1},         {1, 256},       {1, 2, 3},  {3, 0},
-      {4, 4096}, {5, 65536}, {6, 1},      {6, 65536, 1},  {6, 1, 33}, {7, 5},
-      {8},       {8, 65536}, {9, 256, 1}, {10, 1, 65536}, {9, 1},
-  };
+      {4, 4096}, {5, 65536}, {6, 1},      {6, 65536, 1},  {6, 5, 33}, {7, 5},
+      {8},       {8, 65536}, {9, 256, 1}, {10, 1, 65536}, {9, 1}};
+  ItemConfig config(nullptr);
   for (const ItemKey& key : invalid) {
+    SCOPED_TRACE(Show(key));
     std::u16string out = u"stale";
-    EXPECT_FALSE(KeyText(key, out)) << testing::PrintToString(key.Elements());
+    EXPECT_FALSE(KeyText(key, out));
     EXPECT_TRUE(out.empty());
     EXPECT_EQ(BracketedKeyText(key), u"[???]");
     EXPECT_EQ(TypeText(key), u"Unknown");
+    EXPECT_EQ(ItemName(key, nullptr, true), u"[???] Unknown");
+    EXPECT_FALSE(config.AddKey(key));
+    EXPECT_TRUE(config.IsUnknownKey(key));
   }
 }
 
-TEST(KeyText, MessageLevelBoundIs32) {
-  EXPECT_EQ(Text({6, 5, 32}), u"00005/32");
-  EXPECT_EQ(Text({6, 5, 33}), u"");
-}
-
-TEST(KeyText, Bracketed) {
-  EXPECT_EQ(BracketedKeyText({4, 412}), u"[00412]");
-  EXPECT_EQ(BracketedKeyText({3}), u"[-]");
-  EXPECT_EQ(BracketedKeyText({1, 256}), u"[???]");
-}
-
-// "0x%04X" is 6 characters and each "/%03u" 4 more: 14 appended numbers
-// make 62 characters, 15 would make 66.
-TEST(KeyText, OtaOverflowIsEmptyNotTruncated) {
+// "0x%04X" is 6 characters and each "/%03u" at least 4 more. The text may
+// use all 64 characters of the buffer but is never truncated.
+TEST(KeyText, OtaTextIsBoundTo64Characters) {
   std::vector<std::uint32_t> elements = {8, 0x713A};
   for (int i = 0; i < 14; ++i) elements.push_back(1);
   std::u16string out;
   ASSERT_TRUE(KeyText(ItemKey(elements), out));
   EXPECT_EQ(out.size(), 62u);
-
-  elements.push_back(1);
+  elements.push_back(1);  // 66
   EXPECT_FALSE(KeyText(ItemKey(elements), out));
   EXPECT_TRUE(out.empty());
   EXPECT_EQ(BracketedKeyText(ItemKey(elements)), u"[???]");
-}
 
-// The text may use all 64 characters of the buffer, as the buffer count of
-// the C library's bounded wide printf allows.
-TEST(KeyText, OtaTextOfExactly64CharactersFits) {
-  // 6 + 14 * 4 = 62; one element printed as "/12" + one more digit: use a
-  // 5-digit and a 3-digit last pair to reach 64 exactly.
-  std::vector<std::uint32_t> elements = {8, 0x713A};
-  for (int i = 0; i < 13; ++i) elements.push_back(1);  // 6 + 52 = 58
-  elements.push_back(12345);                           // "/12345" -> 64
-  std::u16string out;
+  elements.resize(15);
+  elements.push_back(12345);  // 6 + 13 * 4 + 6 = 64
   ASSERT_TRUE(KeyText(ItemKey(elements), out));
   EXPECT_EQ(out.size(), 64u);
-  elements.back() = 123456;  // 65 characters
+  elements.back() = 123456;
   EXPECT_FALSE(KeyText(ItemKey(elements), out));
 }
 
-TEST(ParseKeyText, ReadsEachType) {
-  EXPECT_EQ(ParseKeyText(u"anything", 0), (ItemKey{0}));
-  EXPECT_EQ(ParseKeyText(u"075", 1), (ItemKey{1, 75}));
-  EXPECT_EQ(ParseKeyText(u"255", 2), (ItemKey{2, 255}));
-  EXPECT_EQ(ParseKeyText(u"-", 3), (ItemKey{3}));
-  EXPECT_EQ(ParseKeyText(u"00412", 4), (ItemKey{4, 412}));
-  EXPECT_EQ(ParseKeyText(u"0x1234", 5), (ItemKey{5, 4660}));
-  EXPECT_EQ(ParseKeyText(u"4660", 5), (ItemKey{5, 4660}));
-  EXPECT_EQ(ParseKeyText(u"010", 5), (ItemKey{5, 8}));  // a leading 0 reads octal
-  EXPECT_EQ(ParseKeyText(u"00021/02", 6), (ItemKey{6, 21, 2}));
-  EXPECT_EQ(ParseKeyText(u"3", 7), (ItemKey{7, 3}));
-  EXPECT_EQ(ParseKeyText(u"0x713A/001/017", 8), (ItemKey{8, 0x713A, 1, 17}));
-  EXPECT_EQ(ParseKeyText(u"0018/0042", 9), (ItemKey{9, 18, 42}));
-  EXPECT_EQ(ParseKeyText(u"0255/65535", 10), (ItemKey{10, 255, 65535}));
-}
-
+// Numbers are read as the C library's wcstoul reads them.
 TEST(ParseKeyText, ReadsNumbersLikeTheCLibrary) {
-  EXPECT_EQ(ParseKeyText(u"  \t42", 1), (ItemKey{1, 42}));  // leading white space
-  EXPECT_EQ(ParseKeyText(u"+42", 1), (ItemKey{1, 42}));
-  EXPECT_EQ(ParseKeyText(u"42abc", 1), (ItemKey{1, 42}));  // stops at a non-digit
-  EXPECT_EQ(ParseKeyText(u"0x0", 5), (ItemKey{5, 0}));
-  EXPECT_EQ(ParseKeyText(u"0XfF", 5), (ItemKey{5, 255}));
-  EXPECT_EQ(ParseKeyText(u"-1", 8), std::nullopt);  // wraps to 0xFFFFFFFF
-  EXPECT_EQ(ParseKeyText(u"0x1/-1", 8), (ItemKey{8, 1, 0xFFFFFFFFu}));
-  EXPECT_EQ(ParseKeyText(u"0x1/99999999999", 8), (ItemKey{8, 1, 0xFFFFFFFFu}));  // saturates
+  // A leading 0 reads octal, except in the parts after the OTA log code.
+  // clang-format off
+  const std::vector<std::tuple<std::u16string, std::uint32_t, ItemKey>> rows = {
+      {u"anything", 0, {0}}, {u"4660", 5, {5, 4660}}, {u"010", 5, {5, 8}},
+      {u"  \t42", 1, {1, 42}}, {u"+42", 1, {1, 42}}, {u"42abc", 1, {1, 42}}, {u"0x0", 5, {5, 0}},
+      {u"0XfF", 5, {5, 255}}, {u"0x1/-1", 8, {8, 1, 0xFFFFFFFFu}},
+      {u"0x1/99999999999", 8, {8, 1, 0xFFFFFFFFu}}, {u"0x0001/010", 8, {8, 1, 10}},
+      {u"010/010", 8, {8, 8, 10}}};
+  // clang-format on
+  for (const auto& [text, type, key] : rows) {
+    EXPECT_EQ(ParseKeyText(text, type), key) << testing::PrintToString(text);
+  }
 }
 
 TEST(ParseKeyText, Refuses) {
-  EXPECT_EQ(ParseKeyText(u"1", 11), std::nullopt);   // no such type
-  EXPECT_EQ(ParseKeyText(u"", 1), std::nullopt);     // no number
-  EXPECT_EQ(ParseKeyText(u"abc", 4), std::nullopt);  // no digits
-  EXPECT_EQ(ParseKeyText(u"256", 1), std::nullopt);  // out of bounds
-  EXPECT_EQ(ParseKeyText(u"4096", 4), std::nullopt);
-  EXPECT_EQ(ParseKeyText(u"5", 7), std::nullopt);
-  EXPECT_EQ(ParseKeyText(u"00018", 9), std::nullopt);  // no "/": no numbers read
-  EXPECT_EQ(ParseKeyText(u"00021", 6), std::nullopt);
-  EXPECT_EQ(ParseKeyText(u"00021/", 6), std::nullopt);  // nothing after "/"
-  EXPECT_EQ(ParseKeyText(u"0x1/x", 8), std::nullopt);
-  // "0x" is a prefix even without a hexadecimal digit after it: no number.
-  EXPECT_EQ(ParseKeyText(u"0x", 5), std::nullopt);
-  EXPECT_EQ(ParseKeyText(u"0xg", 5), std::nullopt);
-  EXPECT_EQ(ParseKeyText(u" -0X", 8), std::nullopt);
-  EXPECT_EQ(ParseKeyText(u"0x/1", 8), std::nullopt);
-  EXPECT_EQ(ParseKeyText(u"5/33", 6), std::nullopt);  // level above 32
-  EXPECT_EQ(ParseKeyText(u"0x10000", 5), std::nullopt);
+  // "0x" is a prefix even without a hexadecimal digit after it.
+  // clang-format off
+  const std::vector<std::pair<std::uint32_t, std::u16string>> refused = {
+      {11, u"1"}, {0xFFFFFFFFu, u"1"}, {1, u""}, {4, u"abc"}, {1, u"256"}, {2, u"256"},
+      {2, u"-"}, {4, u"4096"}, {4, u"-"}, {5, u"0x10000"}, {5, u"65536"}, {5, u"0200000"},
+      {6, u"65536/00"}, {6, u"00001/33"}, {6, u"/1"}, {6, u"00021"}, {6, u"00021/"}, {7, u"5"},
+      {7, u"-1"}, {8, u"-1"}, {8, u"0x10000"}, {8, u"/001"}, {8, u""}, {8, u"0x1/x"},
+      {9, u"00018"}, {9, u"0256/0000"}, {9, u"0000/65536"}, {10, u"0256/0000"},
+      {10, u"0000/65536"}, {10, u"0001"}, {5, u"0x"}, {5, u"0xg"}, {8, u" -0X"}, {8, u"0x/1"}};
+  // clang-format on
+  for (const auto& [type, text] : refused) {
+    EXPECT_EQ(ParseKeyText(text, type), std::nullopt)
+        << type << " " << testing::PrintToString(text);
+  }
 }
 
-TEST(ParseKeyText, MalformedAndGpsParseToTheTypeCodeAlone) {
-  // MALFORMED's "007" does not read back: its parse takes no numbers.
-  EXPECT_EQ(ParseKeyText(KeyText({0, 7}), 0), (ItemKey{0}));
-  EXPECT_EQ(ParseKeyText(KeyText({3}), 3), (ItemKey{3}));
-}
-
-// Any valid key's text reads back as the same key (MALFORMED with a
-// command code aside).
 TEST(ParseKeyText, RoundTripsRandomValidKeys) {
   std::mt19937 rng(20240611);
   auto up_to = [&rng](std::uint32_t max) {
     return std::uniform_int_distribution<std::uint32_t>(0, max)(rng);
   };
-  int checked = 0;
+  // Largest first and second numbers per type; 0 means no such number.
+  // clang-format off
+  const std::uint32_t bounds[11][2] = {{0, 0}, {255, 0}, {255, 0}, {0, 0}, {4095, 0}, {65535, 0},
+                                       {65535, 32}, {4, 0}, {65535, 0}, {255, 65535}, {255, 65535}};
+  // clang-format on
   for (int i = 0; i < 20000; ++i) {
     const std::uint32_t type = up_to(10);
     ItemKey key{type};
-    switch (type) {
-      case 1:
-      case 2:
-        key.Append(up_to(255));
-        break;
-      case 4:
-        key.Append(up_to(4095));
-        break;
-      case 5:
-        key.Append(up_to(65535));
-        break;
-      case 6:
-        key.Append(up_to(65535));
-        key.Append(up_to(32));
-        break;
-      case 7:
-        key.Append(up_to(4));
-        break;
-      case 8: {
-        key.Append(up_to(65535));
-        const std::uint32_t more = up_to(8);
-        // Mostly small numbers, some of any size.
-        for (std::uint32_t k = 0; k < more; ++k) key.Append(up_to(up_to(1) ? 999 : 0xFFFFFFFFu));
-        break;
-      }
-      case 9:
-      case 10:
-        key.Append(up_to(255));
-        key.Append(up_to(65535));
-        break;
-      default:
-        break;
+    for (std::uint32_t bound : bounds[type]) {
+      if (bound != 0) key.Append(up_to(bound));
     }
-    ASSERT_TRUE(key.IsValid());
+    if (type == kItemOtaLog) {
+      // At most five more numbers of any size still fit 64 characters.
+      for (std::uint32_t k = up_to(5); k > 0; --k) key.Append(up_to(up_to(1) ? 999 : 0xFFFFFFFFu));
+    }
     std::u16string text;
-    if (type == 8) {
-      // Big further numbers may overflow the 64 characters: then the key
-      // has no text, and only then.
-      std::size_t expected = 6;
-      for (std::size_t k = 2; k < key.size(); ++k) {
-        expected += 1 + std::max<std::size_t>(3, std::to_string(key[k]).size());
-      }
-      if (expected > kKeyTextCapacity) {
-        EXPECT_FALSE(KeyText(key, text));
-        ++checked;
-        continue;
-      }
-    }
-    ASSERT_TRUE(KeyText(key, text)) << testing::PrintToString(key.Elements());
-    ASSERT_LE(text.size(), kKeyTextCapacity);
-    auto parsed = ParseKeyText(text, type);
-    ASSERT_TRUE(parsed.has_value()) << testing::PrintToString(key.Elements());
-    EXPECT_EQ(*parsed, key);
-    ++checked;
+    ASSERT_TRUE(KeyText(key, text)) << Show(key);
+    ASSERT_EQ(ParseKeyText(text, type), key) << Show(key);
   }
-  EXPECT_EQ(checked, 20000);
 }
 
-TEST(JoinKeyTexts, JoinsInOrder) {
-  const std::vector<ItemKey> keys = {{4, 1}, {5, 0x10}, {1, 3}};
+TEST(JoinKeyTexts, JoinsInOrderAndSkipsKeysWithoutText) {
+  const std::vector<ItemKey> keys = {{4, 1}, {5, 0x10}, {4, 5000}, {1, 3}};
   EXPECT_EQ(JoinKeyTexts(keys, u','), u"00001,0x0010,003");
   EXPECT_EQ(JoinKeyTexts(std::vector<ItemKey>{}, u','), u"");
-}
-
-TEST(JoinKeyTexts, SkipsKeysWithoutText) {
-  const std::vector<ItemKey> middle = {{4, 1}, {4, 5000}, {4, 2}};
-  EXPECT_EQ(JoinKeyTexts(middle, u';'), u"00001;00002");
-  // An invalid first key still counts as the first element, so the text
-  // starts with the separator.
-  const std::vector<ItemKey> first = {{1, 256}, {1, 3}};
-  EXPECT_EQ(JoinKeyTexts(first, u';'), u";003");
-}
-
-TEST(JoinKeyTexts, SetOrder) {
-  const std::set<ItemKey> keys = {{5, 2}, {4, 9}, {5, 1}};
-  EXPECT_EQ(JoinKeyTexts(keys, u' '), u"00009 0x0001 0x0002");
-  const std::set<ItemKey> with_invalid = {{1, 999}, {2, 1}};
-  EXPECT_EQ(JoinKeyTexts(with_invalid, u'|'), u"|001");
+  EXPECT_EQ(JoinKeyTexts(std::set<ItemKey>{{5, 2}, {4, 9}, {5, 1}}, u' '), u"00009 0x0001 0x0002");
+  // An invalid first key still counts as the first element.
+  EXPECT_EQ(JoinKeyTexts(std::vector<ItemKey>{{1, 256}, {1, 3}}, u';'), u";003");
+  EXPECT_EQ(JoinKeyTexts(std::set<ItemKey>{{1, 999}, {2, 1}}, u'|'), u"|001");
 }
 
 }  // namespace
