@@ -161,47 +161,34 @@ std::u16string SummaryOf(std::u16string format, std::u16string names, bool strin
 }
 
 TEST(ParsedFieldList, SummaryWordPacking) {
-  const std::tuple<std::u16string, std::u16string, std::u16string> cases[] = {
+  // clang-format off
+  const std::u16string cases[][3] = {  // format, field names, summary
       {u"u=%u s=%d w=%hd big=%I64u d=%.2f txt=%s e=%s", u"u, s,w ,big,dbl,txt,e",
        u"u=200 s=-2 w=-1 big=21474836483 d=2.50 txt=hey e=Two"},
       {u"fixed %d text", u"", u"fixed %d text"},  // no names: the format itself
-      {u"%u %u", u"u,nothere", u""},              // a missing name
-      {u"%s %s", u"u", u""},                      // a format that does not fit
-      // 64-bit values are two words, low first.
-      {u"%d %d", u"big", u"3 5"},
-      {u"%I64d", u"big", u"21474836483"},
-      {u"%u|%u|%u", u"big,lo", u"3|5|1"},
-      {u"%I64u", u"lo,hi", u"4294967297"},  // two 32-bit fields, one argument
-      {u"%llx", u"lo,hi", u"100000001"},
-      {u"%08X %08X", u"dbl", u"00000000 40040000"},
+      {u"%u %u", u"u,nothere", u""}, {u"%s %s", u"u", u""},  // a missing name, a misfit
+      // 64-bit values are two words, low first; two 32-bit fields make one.
+      {u"%d %d", u"big", u"3 5"}, {u"%I64d", u"big", u"21474836483"},
+      {u"%u|%u|%u", u"big,lo", u"3|5|1"}, {u"%I64u", u"lo,hi", u"4294967297"},
+      {u"%llx", u"lo,hi", u"100000001"}, {u"%08X %08X", u"dbl", u"00000000 40040000"},
       // A float is its raw word; "%f" pairs it with the next word.
-      {u"%08X", u"flt", u"00000000"},
-      {u"%f %08X", u"flt,dbl", u"0.000000 40040000"},
-      {u"%.1f", u"dbl", u"2.5"},
-      {u"%u %.1f", u"flt,dbl", u"0 2.5"},
-      // Text conversions take the address of the value text; 0 is null.
-      {u"[%s]", u"e", u"[Two]"},
-      {u"[%5.2s]", u"e", u"[   Tw]"},
-      {u"[%hs]", u"e", u"[T]"},  // the wide text read as bytes
+      {u"%08X", u"flt", u"00000000"}, {u"%f %08X", u"flt,dbl", u"0.000000 40040000"},
+      {u"%.1f", u"dbl", u"2.5"}, {u"%u %.1f", u"flt,dbl", u"0 2.5"},
+      // Text conversions take the address of the value text; 0 is null;
+      // "%hs" reads the wide text as bytes.
+      {u"[%s]", u"e", u"[Two]"}, {u"[%5.2s]", u"e", u"[   Tw]"}, {u"[%hs]", u"e", u"[T]"},
       {u"[%s]", u"zero", u"[(null)]"},
       // Conversions that would read foreign memory.
-      {u"%s", u"lo", u""},
-      {u"%u", u"e", u""},
-      {u"%*u", u"e,lo", u""},
-      {u"%I64u", u"e,lo", u""},
-      {u"%d %d", u"lo", u""},
-      {u"%f", u"lo", u""},
-      {u"%*d|", u"lo,hi", u"1|"},
+      {u"%s", u"lo", u""}, {u"%u", u"e", u""}, {u"%*u", u"e,lo", u""}, {u"%I64u", u"e,lo", u""},
+      {u"%d %d", u"lo", u""}, {u"%f", u"lo", u""}, {u"%*d|", u"lo,hi", u"1|"},
       // Windows-only conversions, as the Windows runtime prints them.
-      {u"%p", u"lo", u"00000001"},
-      {u"%zu|%Id|%td", u"lo,hi,big", u"1|1|3"},
-      {u"%jd", u"big", u"21474836483"},
-      {u"[%S]", u"e", u"[T]"},
-      {u"[%C]", u"lo", u"[\u0001]"},
+      {u"%p", u"lo", u"00000001"}, {u"%zu|%Id|%td", u"lo,hi,big", u"1|1|3"},
+      {u"%jd", u"big", u"21474836483"}, {u"[%S]", u"e", u"[T]"}, {u"[%C]", u"lo", u"[\u0001]"},
       {u"%p", u"e", u""},
       {u"a%cb %u", u"zero,lo", u"a"},  // a printed NUL ends the summary
       {u"%u %u", u"\vlo\f,\t hi \r\n", u"1 1"},
   };
+  // clang-format on
   for (const auto& [format, names, want] : cases) {
     EXPECT_EQ(SummaryOf(format, names), want) << std::string(format.begin(), format.end());
   }

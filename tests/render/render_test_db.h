@@ -40,6 +40,10 @@ class TestDb {
   TestDb& Member(std::uint32_t struct_id, std::uint32_t field_id) {
     return Row(struct_id, kMemberField, field_id);
   }
+  TestDb& Repeat(std::uint32_t struct_id, std::uint32_t field_id, std::int32_t repetition,
+                 std::u16string specifier) {
+    return Row(struct_id, kMemberField, field_id, {}, repetition, std::move(specifier));
+  }
   TestDb& Entity(std::vector<std::uint32_t> codes, std::u16string name, std::int32_t struct_id,
                  std::int32_t format_id = kDbNone) {
     db_->MutableTables().diag.emplace(codes,

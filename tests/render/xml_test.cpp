@@ -29,33 +29,17 @@ TEST(FieldXml, NamedFieldsWithSummaryAndEnumeration) {
   EventParse p(t.db(), 1, {7, 0x1F, 'h', 0, 'i', 0, 0, 0});
   ASSERT_TRUE(p.ok);
   EXPECT_EQ(FieldListXml(p.list),
-            u"<Entity>\n"
-            u"  <Name>Ent</Name>\n"
-            u"  <Summary>a=7 & more</Summary>\n"
-            u"  <Fields>\n"
-            u"    <Field>\n"
-            u"      <NamePartial>a</NamePartial>\n"
-            u"      <ValueText>7</ValueText>\n"
-            u"      <ValueRaw>7</ValueRaw>\n"
-            u"      <BitSize>8</BitSize>\n"
-            u"      <BitOffset>0</BitOffset>\n"
-            u"    </Field>\n"
-            u"    <Field>\n"
-            u"      <NamePartial>mode</NamePartial>\n"
-            u"      <ValueText>Thirty-one</ValueText>\n"
-            u"      <ValueRaw>0x1F</ValueRaw>\n"
-            u"      <BitSize>8</BitSize>\n"
-            u"      <BitOffset>8</BitOffset>\n"
-            u"    </Field>\n"
-            u"    <Field>\n"
-            u"      <NamePartial>s</NamePartial>\n"
-            u"      <ValueText>hi</ValueText>\n"
-            u"      <ValueRaw>hi</ValueRaw>\n"
-            u"      <BitSize>32</BitSize>\n"
-            u"      <BitOffset>16</BitOffset>\n"
-            u"    </Field>\n"
-            u"  </Fields>\n"
-            u"</Entity>\n");
+            u"<Entity>\n  <Name>Ent</Name>\n  <Summary>a=7 & more</Summary>\n  <Fields>\n"
+            u"    <Field>\n      <NamePartial>a</NamePartial>\n"
+            u"      <ValueText>7</ValueText>\n      <ValueRaw>7</ValueRaw>\n"
+            u"      <BitSize>8</BitSize>\n      <BitOffset>0</BitOffset>\n    </Field>\n"
+            u"    <Field>\n      <NamePartial>mode</NamePartial>\n"
+            u"      <ValueText>Thirty-one</ValueText>\n      <ValueRaw>0x1F</ValueRaw>\n"
+            u"      <BitSize>8</BitSize>\n      <BitOffset>8</BitOffset>\n    </Field>\n"
+            u"    <Field>\n      <NamePartial>s</NamePartial>\n"
+            u"      <ValueText>hi</ValueText>\n      <ValueRaw>hi</ValueRaw>\n"
+            u"      <BitSize>32</BitSize>\n      <BitOffset>16</BitOffset>\n    </Field>\n"
+            u"  </Fields>\n</Entity>\n");
 }
 
 TEST(FieldXml, UnnamedFieldsHaveEmptyNameElementsAndTextsAreNotEscaped) {
@@ -64,18 +48,11 @@ TEST(FieldXml, UnnamedFieldsHaveEmptyNameElementsAndTextsAreNotEscaped) {
   EventParse p(t.db(), 1, {'<', '&', '>', 0}, false, false);
   ASSERT_TRUE(p.ok);
   EXPECT_EQ(FieldListXml(p.list),
-            u"<Entity>\n"
-            u"  <Name>Ent</Name>\n"
-            u"  <Fields>\n"
-            u"    <Field>\n"
-            u"      <NamePartial></NamePartial>\n"
-            u"      <ValueText><&></ValueText>\n"
-            u"      <ValueRaw><&></ValueRaw>\n"
-            u"      <BitSize>24</BitSize>\n"
-            u"      <BitOffset>0</BitOffset>\n"
-            u"    </Field>\n"
-            u"  </Fields>\n"
-            u"</Entity>\n");
+            u"<Entity>\n  <Name>Ent</Name>\n  <Fields>\n"
+            u"    <Field>\n      <NamePartial></NamePartial>\n"
+            u"      <ValueText><&></ValueText>\n      <ValueRaw><&></ValueRaw>\n"
+            u"      <BitSize>24</BitSize>\n      <BitOffset>0</BitOffset>\n    </Field>\n"
+            u"  </Fields>\n</Entity>\n");
 }
 
 TEST(FieldXml, NumbersWithoutValueTextsShowEmptyTextsButEnumerationRawValues) {
