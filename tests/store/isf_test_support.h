@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <random>
 #include <string>
 #include <system_error>
@@ -72,6 +73,17 @@ inline void WriteBytes(const std::filesystem::path& path, const std::vector<std:
   std::ofstream out(path, std::ios::binary | std::ios::trunc);
   out.write(reinterpret_cast<const char*>(bytes.data()),
             static_cast<std::streamsize>(bytes.size()));
+}
+
+// A temporary file holding `bytes`.
+inline std::unique_ptr<TempFile> FileOf(const std::vector<std::uint8_t>& bytes) {
+  auto temp = std::make_unique<TempFile>();
+  WriteBytes(temp->path(), bytes);
+  return temp;
+}
+
+inline std::vector<std::uint8_t> PayloadOf(const ItemRecord& item) {
+  return {item.GetPayload(), item.GetPayload() + item.GetPayloadLength()};
 }
 
 // An item made by the factory (with validation) from raw bytes.

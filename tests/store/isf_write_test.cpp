@@ -160,7 +160,7 @@ TEST(IsfWrite, AppendRules) {
 
 platform::FileTime WriteTimeOf(const TempFile& temp, platform::FileTime set = 0) {
   platform::File f;
-  EXPECT_EQ(f.Open(temp.u16(), platform::FileAccess::kReadWrite,
+  EXPECT_EQ(f.Open(temp.u16(), set ? platform::FileAccess::kReadWrite : platform::FileAccess::kRead,
                    platform::FileDisposition::kOpenExisting),
             0u);
   if (set != 0) {
@@ -172,10 +172,10 @@ platform::FileTime WriteTimeOf(const TempFile& temp, platform::FileTime set = 0)
 }
 
 TEST(IsfWrite, ReopeningReadWriteWithoutAppendsKeepsSizeAndWriteTime) {
-  TempFile temp;
-  std::filesystem::copy_file(FixturePath("small.isf"), temp.path());
+  const auto before = ReadBytes(FixturePath("small.isf"));
+  const auto temp_file = FileOf(before);
+  const TempFile& temp = *temp_file;
   const platform::FileTime old_time = WriteTimeOf(temp, 130000000000000000ULL);  // 2012
-  const auto before = ReadBytes(temp.path());
   ItemStoreFile file;
   file.Open(temp.u16(), false, nullptr);
   // The trailer is cut while the file is open for writing.
@@ -187,15 +187,14 @@ TEST(IsfWrite, ReopeningReadWriteWithoutAppendsKeepsSizeAndWriteTime) {
 }
 
 TEST(IsfWrite, ReopeningAndAppendingContinuesTheRecordsArea) {
-  TempFile temp;
-  std::filesystem::copy_file(FixturePath("small.isf"), temp.path());
-  const auto before = ReadBytes(temp.path());
+  const auto before = ReadBytes(FixturePath("small.isf"));
+  const auto temp = FileOf(before);
   ItemStoreFile file;
-  file.Open(temp.u16(), false, nullptr);
+  file.Open(temp->u16(), false, nullptr);
   const auto item = DiagTx(TimeAtMs(13347938400000ULL + 7), 0x55);
   EXPECT_EQ(file.AppendItem(item.get()), 21u);
   file.Close();
-  const auto after = ReadBytes(temp.path());
+  const auto after = ReadBytes(temp->path());
   ASSERT_EQ(after.size(), before.size() + 3);
   // New entry 20 points just past the old records; its record has delta 7.
   const std::size_t entry = 4 + 20 * 7;

@@ -57,8 +57,6 @@ TEST(CreateItem, OtaLogCodesPromoteLogs) {
     ItemPtr item = Make(kItemLog, LogPayload(code, 5));
     EXPECT_EQ(item->Key(), (ItemKey{kItemOtaLog, code}));
     EXPECT_EQ(item->GetHeaderLength(), 16u);
-    EXPECT_EQ(item->Color(), OtaLogColor(code));
-    EXPECT_NE(item->Color(), kColorUnknown);
     EXPECT_TRUE(IsOtaLogCode(code, NullItemDatabaseView::Instance()));
   }
   for (std::uint32_t code : {0x1004u, 0x1090u, 0x10D6u, 0x1075u, 0x713Bu, 0u}) {

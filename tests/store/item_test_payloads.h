@@ -42,7 +42,6 @@ class Bytes {
     b_.insert(b_.end(), count, v);
     return *this;
   }
-  const std::vector<std::uint8_t>& Get() const { return b_; }
   operator const std::vector<std::uint8_t>&() const { return b_; }
 
  private:
