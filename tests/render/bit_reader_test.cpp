@@ -46,11 +46,17 @@ TEST(BitReader, EveryPositionAndWidthMatchesTheBitwiseDefinition) {
         std::uint16_t h = 0;
         std::uint32_t w = 0;
         r.SetPosition(pos);
-        if (n <= 8) ASSERT_TRUE(r.Read(n, b) == kBitReadOk && b == want);
+        if (n <= 8) {
+          ASSERT_TRUE(r.Read(n, b) == kBitReadOk && b == want);
+        }
         r.SetPosition(pos);
-        if (n <= 16) ASSERT_TRUE(r.Read(n, h) == kBitReadOk && h == want);
+        if (n <= 16) {
+          ASSERT_TRUE(r.Read(n, h) == kBitReadOk && h == want);
+        }
         r.SetPosition(pos);
-        if (n <= 32) ASSERT_TRUE(r.Read(n, w) == kBitReadOk && w == want);
+        if (n <= 32) {
+          ASSERT_TRUE(r.Read(n, w) == kBitReadOk && w == want);
+        }
       }
     }
   }
