@@ -15,6 +15,7 @@ namespace {
 using namespace testing_items;
 using V = std::vector<std::uint8_t>;
 
+// The factory makes the class of each type code, with the header time.
 TEST(ItemKeys, KeyAndHeaderLengthOfEachClass) {
   struct Case {
     const char* what;
@@ -63,6 +64,8 @@ TEST(ItemKeys, KeyAndHeaderLengthOfEachClass) {
     ASSERT_NE(item, nullptr) << c.what;
     EXPECT_TRUE(item->IsValid()) << c.what;
     EXPECT_EQ(item->Key(), c.key) << c.what;
+    EXPECT_EQ(item->Timestamp(), ItemTimestamp(kHeaderTime));
+    EXPECT_EQ(item->AuxValue(), 0xFFFFFFFFu);
     if (c.header) {
       EXPECT_EQ(item->GetHeaderLength(), *c.header) << c.what;
     }

@@ -27,30 +27,6 @@ TEST(CreateItem, RefusesBadLengthsAndTypeCodes) {
   EXPECT_EQ(Make(0xFFFFFFFF, {1, 2, 3}, false), nullptr);
 }
 
-TEST(CreateItem, MakesTheClassOfEachTypeCode) {
-  const V payloads[] = {{5},
-                        {0x1C, 1, 2},
-                        {0},
-                        GpsPayload(1.0),
-                        EventPayload(1, 0, {}),
-                        LogPayload(0x1234, 0),
-                        ExtendedMessage(1, 1, 0, {}, "x", "f.c"),
-                        Bytes().U32(0xC0000001).U16(0),
-                        LogPayload(0x1234, 0),
-                        {0x4B, 1, 2, 0},
-                        {0x4B, 1, 2, 0}};
-  for (std::uint32_t type = 0; type < kItemTypeCount; ++type) {
-    ItemPtr item = Make(type, payloads[type]);
-    ASSERT_NE(item, nullptr) << type;
-    EXPECT_EQ(item->TypeCode(), type);
-    EXPECT_TRUE(item->IsValid()) << type;
-    EXPECT_EQ(item->Timestamp(), ItemTimestamp(kHeaderTime));
-    EXPECT_EQ(item->AuxValue(), 0xFFFFFFFFu);
-  }
-  EXPECT_NE(dynamic_cast<SubsysRequestItem*>(Make(10, payloads[10]).get()), nullptr);
-  EXPECT_NE(dynamic_cast<OtaLogItem*>(Make(8, payloads[8]).get()), nullptr);
-}
-
 TEST(CreateItem, OtaLogCodesPromoteLogs) {
   for (std::uint32_t code : {0x1076u, 0x1077u, 0x1078u, 0x1079u, 0x107Cu, 0x1085u, 0x1086u, 0x412Fu,
                              0x512Fu, 0x5226u, 0x5230u, 0x713Au}) {
