@@ -66,22 +66,21 @@ TEST(KeyText, InvalidKeysAreRefused) {
 // "0x%04X" is 6 characters and each "/%03u" at least 4 more. The text may
 // use all 64 characters of the buffer but is never truncated.
 TEST(KeyText, OtaTextIsBoundTo64Characters) {
-  std::vector<std::uint32_t> elements = {8, 0x713A};
-  for (int i = 0; i < 14; ++i) elements.push_back(1);
-  std::u16string out;
-  ASSERT_TRUE(KeyText(ItemKey(elements), out));
-  EXPECT_EQ(out.size(), 62u);
-  elements.push_back(1);  // 66
-  EXPECT_FALSE(KeyText(ItemKey(elements), out));
-  EXPECT_TRUE(out.empty());
-  EXPECT_EQ(BracketedKeyText(ItemKey(elements)), u"[???]");
-
-  elements.resize(15);
-  elements.push_back(12345);  // 6 + 13 * 4 + 6 = 64
-  ASSERT_TRUE(KeyText(ItemKey(elements), out));
-  EXPECT_EQ(out.size(), 64u);
-  elements.back() = 123456;
-  EXPECT_FALSE(KeyText(ItemKey(elements), out));
+  auto ota = [](int ones, std::uint32_t last) {
+    std::vector<std::uint32_t> elements = {8, 0x713A};
+    elements.insert(elements.end(), ones, 1);
+    elements.push_back(last);
+    return ItemKey(elements);
+  };
+  const std::vector<std::pair<ItemKey, std::size_t>> fitting = {{ota(13, 1), 62},
+                                                                {ota(13, 12345), 64}};
+  for (const auto& [key, size] : fitting) EXPECT_EQ(KeyText(key).size(), size);
+  for (const ItemKey& key : {ota(14, 1), ota(13, 123456)}) {  // 66 and 65 characters
+    std::u16string out = u"stale";
+    EXPECT_FALSE(KeyText(key, out));
+    EXPECT_TRUE(out.empty());
+    EXPECT_EQ(BracketedKeyText(key), u"[???]");
+  }
 }
 
 // Numbers are read as the C library's wcstoul reads them.
