@@ -32,11 +32,7 @@ TEST(CurrentThreadId, DiffersBetweenThreadsAndIsStable) {
 }
 
 TEST(PathSeparator, MatchesThePlatform) {
-#if defined(_WIN32)
-  EXPECT_EQ(PathSeparator(), u'\\');
-#else
-  EXPECT_EQ(PathSeparator(), u'/');
-#endif
+  EXPECT_EQ(PathSeparator(), static_cast<char16_t>(std::filesystem::path::preferred_separator));
 }
 
 #if defined(_WIN32)

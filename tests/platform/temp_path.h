@@ -17,13 +17,8 @@ class TempPath {
   // `stem` is UTF-16 so that non-ASCII names mean the same on every platform.
   explicit TempPath(std::u16string_view stem) {
     static std::atomic<unsigned> counter{0};
-    std::filesystem::path name(u"quillon_platform_");
-    name += std::u16string(stem);
-    name += u"_";
-    name += std::to_string(CurrentThreadId());
-    name += u"_";
-    name += std::to_string(counter++);
-    name += u".bin";
+    std::filesystem::path name(u"quillon_platform_" + std::u16string(stem));
+    name += "_" + std::to_string(CurrentThreadId()) + "_" + std::to_string(counter++) + ".bin";
     path_ = std::filesystem::temp_directory_path() / name;
     std::error_code ignored;
     std::filesystem::remove(path_, ignored);
