@@ -24,15 +24,10 @@ class TempDir {
   TempDir() {
     static std::atomic<int> counter{0};
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    std::string name = "quillon_db_";
-    if (info) {
-      name.append(info->test_suite_name()).append(1, '_').append(info->name());
-    }
-    name.append(1, '_').append(std::to_string(counter++));
-    for (char& c : name) {
-      if (c == '/') c = '_';
-    }
-    path_ = fs::temp_directory_path() / name;
+    path_ =
+        fs::temp_directory_path() /
+        ("quillon_db_" + (info ? std::string(info->test_suite_name()) + "_" + info->name() : "") +
+         "_" + std::to_string(counter++));
     fs::remove_all(path_);
     fs::create_directories(path_);
   }
@@ -56,7 +51,6 @@ inline void WriteBytes(const fs::path& file, const std::string& bytes) {
   out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
-// Plain ASCII/ANSI text.
 inline void WriteAnsi(const fs::path& file, const std::string& text) { WriteBytes(file, text); }
 
 // UTF-16LE, with or without a byte-order mark.
@@ -75,11 +69,7 @@ inline std::string ReadBytes(const fs::path& file) {
   return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-inline std::u16string U16(const std::string& ascii) {
-  return std::u16string(ascii.begin(), ascii.end());
-}
-
-inline std::string Narrow(const std::u16string& text) {
+inline std::string Narrow(std::u16string_view text) {
   std::string out;
   for (const char16_t c : text) out.push_back(c < 128 ? static_cast<char>(c) : '?');
   return out;
