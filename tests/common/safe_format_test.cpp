@@ -276,15 +276,6 @@ TEST(SafeFormat, ArgumentKindsMustMatch) {
   // clang-format on
 }
 
-TEST(SafeFormat, ArgumentsAreConsumedInOrder) {
-  const FormatArgument args[] = {1, u"two", 3.0, 4};
-  FormatArgumentList list(args);
-  std::u16string out;
-  ASSERT_TRUE(FormatAppend(out, u"%d %s %g", list).ok());
-  EXPECT_EQ(out, u"1 two 3");
-  EXPECT_EQ(list.Consumed(), 3u);  // extra arguments are left alone
-}
-
 TEST(SafeFormat, CapacityBoundary) {
   // The output without terminator must fit: exactly `capacity` is fine.
   // clang-format off
@@ -316,32 +307,32 @@ TEST(SafeFormat, FailureLeavesOutputUntouched) {
   }
 }
 
-TEST(SafeFormat, AppendsAndCountsOnlyNewText) {
-  std::u16string out = u"abc";
-  const FormatArgument args[] = {5};
+TEST(SafeFormat, AppendsAndConsumesInOrder) {
+  const FormatArgument args[] = {1, u"two", 3.0, 4};
   FormatArgumentList list(args);
-  const FormatResult r = FormatAppend(out, u"[%d]", list, 3);
+  std::u16string out = u"abc";
+  // The capacity counts only the new text.
+  const FormatResult r = FormatAppend(out, u"[%d %s %g]", list, 9);
   ASSERT_TRUE(r.ok());
-  EXPECT_EQ(r.written, 3u);
-  EXPECT_EQ(out, u"abc[5]");
+  EXPECT_EQ(r.written, 9u);
+  EXPECT_EQ(out, u"abc[1 two 3]");
+  EXPECT_EQ(list.Consumed(), 3u);  // extra arguments are left alone
+
+  std::vector<FormatArgument> many(500, FormatArgument(7));
+  std::u16string format;
+  for (int i = 0; i < 500; ++i) format += u"%d,";
+  FormatArgumentList many_list(many);
+  out.clear();
+  ASSERT_TRUE(FormatAppend(out, format, many_list).ok());
+  EXPECT_EQ(out.size(), 1000u);
+  EXPECT_EQ(out.substr(996), u"7,7,");
+  EXPECT_EQ(many_list.Consumed(), 500u);
 }
 
 TEST(SafeFormat, FormatConvenience) {
   EXPECT_EQ(Format(u"%05u/%02u", {21u, 2u}), u"00021/02");
   EXPECT_EQ(Format(u"%18s  %05d  ", {u"a.c", 7}), u"               a.c  00007  ");
   EXPECT_EQ(Format(u"%s", {1}), u"");
-}
-
-TEST(SafeFormat, ManyConversionsInOneFormat) {
-  std::vector<FormatArgument> args(500, FormatArgument(7));
-  std::u16string format;
-  for (int i = 0; i < 500; ++i) format += u"%d,";
-  FormatArgumentList list(args);
-  std::u16string out;
-  ASSERT_TRUE(FormatAppend(out, format, list).ok());
-  EXPECT_EQ(out.size(), 1000u);
-  EXPECT_EQ(out.substr(996), u"7,7,");
-  EXPECT_EQ(list.Consumed(), 500u);
 }
 
 }  // namespace
