@@ -22,6 +22,13 @@ class ValidationTest : public ::testing::Test {
     return db_.LoadTables(dir_.u16(), descriptions);
   }
   std::string Dump() const { return dbtest::Dump(messages_); }
+  void ExpectMessages(std::initializer_list<std::u16string_view> texts,
+                      std::uint32_t severity = 2) {
+    for (const auto text : texts) {
+      EXPECT_TRUE(Has(messages_, std::u16string(text), severity)) << dbtest::Narrow(text) << "\n"
+                                                                  << Dump();
+    }
+  }
 
   TempDir dir_;
   DbMessageList messages_;
@@ -55,10 +62,9 @@ TEST_F(ValidationTest, SelfContainingStructureAndMissingInitialFragment) {
             {"Struct.txt",
              "10^0^1^10^\"\"^-1^0^\"\"\n11^1^0^1^\"\"^-1^0^\"\"\n11^2^0^2^\"\"^-1^0^\"\"\n"},
             {"Diag.txt", "5^\"100\"^\"Loop\"^10^-1\n5^\"101\"^\"E\"^11^-1\n"}}));
-  EXPECT_TRUE(Has(messages_, u"DB [Struct] Max depth exceeded, possible loop, struct ID 10", 2))
-      << Dump();
-  EXPECT_TRUE(Has(messages_, u"DB [Struct] Invalid struct 5,100, ID 10", 2)) << Dump();
-  EXPECT_TRUE(Has(messages_, u"DB [Struct] Missing initial fragment, struct ID 11", 2));
+  ExpectMessages({u"DB [Struct] Max depth exceeded, possible loop, struct ID 10",
+                  u"DB [Struct] Invalid struct 5,100, ID 10",
+                  u"DB [Struct] Missing initial fragment, struct ID 11"});
   EXPECT_EQ(db_.FindDiagEntity({5, 100})->struct_id, -1);
   EXPECT_EQ(db_.FindDiagEntity({5, 101})->struct_id, -1);
 }
@@ -79,8 +85,7 @@ TEST_F(ValidationTest, DeepButFiniteNestingIsAccepted) {
   EXPECT_FALSE(Load({{"Field.txt", kFields},
                      {"Struct.txt", rows},
                      {"Diag.txt", "5^\"1\"^\"Deep\"^100^-1\n5^\"2\"^\"Deeper\"^99^-1\n"}}));
-  EXPECT_TRUE(Has(messages_, u"DB [Struct] Max depth exceeded, possible loop, struct ID 131", 2))
-      << Dump();
+  ExpectMessages({u"DB [Struct] Max depth exceeded, possible loop, struct ID 131"});
   EXPECT_EQ(db_.FindDiagEntity({5, 1})->struct_id, 100);
   EXPECT_EQ(db_.FindDiagEntity({5, 2})->struct_id, -1);
 }
@@ -97,8 +102,7 @@ TEST_F(ValidationTest, ArraySpecifierMayNameOnlyEarlierFields) {
                       "12^0^0^3^\"\"^-1^2^\"2\"\n"
                       "12^1^0^2^\"\"^-1^0^\"\"\n"},
                      {"Diag.txt", "5^\"1\"^\"Good\"^10^-1\n5^\"2\"^\"Bad\"^12^-1\n"}}));
-  EXPECT_TRUE(Has(messages_, u"DB [Struct] Invalid array specifier, struct ID 12, ID 2", 2))
-      << Dump();
+  ExpectMessages({u"DB [Struct] Invalid array specifier, struct ID 12, ID 2"});
   EXPECT_EQ(messages_.CountAtLeast(2), 2u) << Dump();
   EXPECT_EQ(db_.FindDiagEntity({5, 1})->struct_id, 10);
   EXPECT_EQ(db_.FindDiagEntity({5, 2})->struct_id, -1);
@@ -125,20 +129,16 @@ TEST_F(ValidationTest, RangeOptionalAndComputedSpecifiers) {
                       "5^\"20\"^\"E20\"^20^-1\n5^\"21\"^\"E21\"^21^-1\n5^\"22\"^\"E22\"^22^-1\n"
                       "5^\"23\"^\"E23\"^23^-1\n5^\"24\"^\"E24\"^24^-1\n5^\"25\"^\"E25\"^25^-1\n"
                       "5^\"26\"^\"E26\"^26^-1\n5^\"27\"^\"E27\"^27^-1\n"}}));
-  EXPECT_TRUE(Has(messages_, u"DB [Struct] Invalid array specifier, struct ID 20, 3 x", 2))
-      << Dump();
-  EXPECT_TRUE(Has(messages_, u"DB [Struct] Invalid array specifier, struct ID 21, IDs 3 4", 2));
-  EXPECT_TRUE(Has(messages_, u"DB [Struct] Invalid optional specifier, struct ID 22, 1 =< 3", 2));
-  EXPECT_TRUE(
-      Has(messages_,
-          u"DB [Struct] Invalid optional specifier, struct ID 23, unknown field ID 1/1 <= 3", 2));
+  ExpectMessages(
+      {u"DB [Struct] Invalid array specifier, struct ID 20, 3 x",
+       u"DB [Struct] Invalid array specifier, struct ID 21, IDs 3 4",
+       u"DB [Struct] Invalid optional specifier, struct ID 22, 1 =< 3",
+       u"DB [Struct] Invalid optional specifier, struct ID 23, unknown field ID 1/1 <= 3"});
   // "1 ^ 3" cannot be written in a file (a caret splits the column);
   // struct 24's row fails to load, so the struct has no initial fragment.
-  EXPECT_TRUE(Has(messages_, u"DB [Struct] Missing initial fragment, struct ID 24", 2));
-  EXPECT_TRUE(Has(messages_,
+  ExpectMessages({u"DB [Struct] Missing initial fragment, struct ID 24",
                   u"DB [Struct] Invalid array specifier, struct ID 25, unknown field ID 1/1 * 3",
-                  2));
-  EXPECT_TRUE(Has(messages_, u"DB [Struct] Invalid array specifier, struct ID 27, 1 < 3", 2));
+                  u"DB [Struct] Invalid array specifier, struct ID 27, 1 < 3"});
   EXPECT_EQ(db_.FindDiagEntity({5, 26})->struct_id, 26);
   for (std::uint32_t id : {20u, 21u, 22u, 23u, 24u, 25u, 27u}) {
     EXPECT_EQ(db_.FindDiagEntity({5, id})->struct_id, -1) << id;
@@ -185,10 +185,10 @@ TEST_F(ValidationTest, FieldsPadsEnumsAndFormatSpecifiers) {
              "32^2^0^5^\"\"^-1^0^\"\"\n"},
             {"Diag.txt", "5^\"30\"^\"E30\"^30^-1\n5^\"31\"^\"E31\"^31^-1\n5^\"32\"^\"E32\"^32^9\n"},
             {"FormatSpecifier.txt", "1^\"x\"^\"\"\n"}}));
-  EXPECT_TRUE(Has(messages_, u"DB [Struct] Invalid field, struct ID 30, ID 99", 2)) << Dump();
-  EXPECT_TRUE(Has(messages_, u"DB [Struct] Invalid pad, struct ID 31, field ID 1", 2));
-  EXPECT_TRUE(Has(messages_, u"DB [Struct] Invalid enumeration ID, field ID 5, enum ID 77", 1));
-  EXPECT_TRUE(Has(messages_, u"DB [Struct] Invalid format specifier 5,32, ID 9\n", 2));
+  ExpectMessages({u"DB [Struct] Invalid field, struct ID 30, ID 99",
+                  u"DB [Struct] Invalid pad, struct ID 31, field ID 1"});
+  ExpectMessages({u"DB [Struct] Invalid enumeration ID, field ID 5, enum ID 77"}, 1);
+  ExpectMessages({u"DB [Struct] Invalid format specifier 5,32, ID 9\n"});
   EXPECT_EQ(db_.FindDiagEntity({5, 30})->struct_id, -1);
   EXPECT_EQ(db_.FindDiagEntity({5, 31})->struct_id, -1);
   // The missing enum is only a warning: struct 32 stays.
@@ -201,11 +201,10 @@ TEST_F(ValidationTest, DuplicateNames) {
                      {"EventID.txt", "1^\"EVENT_A\"^\"\"^-1\n2^\"event_a\"^\"\"^-1\n"},
                      {"Enum.txt", "1^\"Colours\"^-1^0\n2^\"Colours\"^-1^0\n3^\"Lonely\"^-1^0\n"},
                      {"EnumEntry.txt", "1^0^\"red\"\n2^0^\"blue\"\n9^1^\"orphan\"\n"}}));
-  EXPECT_TRUE(Has(messages_, u"DB [Diag] Duplicate DIAG entity (by name) detected 'SAME'", 2))
-      << Dump();
-  EXPECT_TRUE(Has(messages_, u"DB [Event ID] Duplicate event (by name) detected 'event_a'", 2));
-  EXPECT_TRUE(Has(messages_, u"DB [Enum] Duplicate enum (by name) detected 'Colours'", 2));
-  EXPECT_TRUE(Has(messages_, u"DB [Enum Entry] Missing enum ID detected 9", 2));
+  ExpectMessages({u"DB [Diag] Duplicate DIAG entity (by name) detected 'SAME'",
+                  u"DB [Event ID] Duplicate event (by name) detected 'event_a'",
+                  u"DB [Enum] Duplicate enum (by name) detected 'Colours'",
+                  u"DB [Enum Entry] Missing enum ID detected 9"});
   EXPECT_EQ(db_.FindEnumByName(u"Colours"), std::optional<std::uint32_t>(1));
   // Enum names compare with their case.
   EXPECT_FALSE(Has(messages_, u"DB [Enum] Duplicate enum (by name) detected 'Lonely'", 2));
@@ -218,8 +217,7 @@ TEST_F(ValidationTest, NamesFoldAsciiAndLatin1CapitalsOnly) {
   EXPECT_FALSE(Load({{"Diag.txt",
                       "5^\"1\"^\"\xC9mile\"^-1^-1\n5^\"2\"^\"\xE9MILE\"^-1^-1\n"
                       "5^\"3\"^\"x\xD7\"^-1^-1\n5^\"4\"^\"x\xF7\"^-1^-1\n"}}));
-  EXPECT_TRUE(Has(messages_, u"DB [Diag] Duplicate DIAG entity (by name) detected '\u00e9MILE'", 2))
-      << Dump();
+  ExpectMessages({u"DB [Diag] Duplicate DIAG entity (by name) detected '\u00e9MILE'"});
   // The multiplication sign is not a capital of the division sign.
   EXPECT_EQ(messages_.Messages().size(), 1u) << Dump();
   EXPECT_NE(db_.FindDiagEntity({5, 1}, u"\u00e9mile"), nullptr);
@@ -235,18 +233,18 @@ TEST_F(ValidationTest, CategoryTrees) {
                       "5^\"Child\"^-1^1\n"},
                      {"LogItem.txt", "0x1000^\"Log A\"^\"1,5,60\"^0\n"},
                      {"EventCategory.txt", "7^\"Self\"^-1^7\n"}}));
-  EXPECT_TRUE(Has(messages_, u"DB [Log Category] Missing ID, parent ID 50", 2)) << Dump();
-  EXPECT_TRUE(Has(messages_, u"DB [Log Category] Loop in category, parent ID 4", 2));
+  ExpectMessages({u"DB [Log Category] Missing ID, parent ID 50",
+                  u"DB [Log Category] Loop in category, parent ID 4"});
   EXPECT_EQ(dbtest::Count(messages_, u"DB [Log Category] Loop in category, parent ID 4") +
                 dbtest::Count(messages_, u"DB [Log Category] Loop in category, parent ID 3"),
             1u);
-  EXPECT_TRUE(Has(messages_, u"DB [Log Item] Missing ID, category ID 60, reference Log A", 2));
+  ExpectMessages({u"DB [Log Item] Missing ID, category ID 60, reference Log A"});
   EXPECT_EQ(db_.FindCategory(DbItemTable::kLog, 2)->parent_id, -1);
   EXPECT_EQ(db_.FindCategory(DbItemTable::kLog, 3)->parent_id, -1);
   EXPECT_EQ(db_.FindCategory(DbItemTable::kLog, 4)->parent_id, 3);
   EXPECT_EQ(db_.FindCategory(DbItemTable::kLog, 5)->parent_id, 1);
   EXPECT_EQ(db_.FindLogItem(0x1000)->categories, (std::vector<std::int32_t>{-1, 1, 5}));
-  EXPECT_TRUE(Has(messages_, u"DB [Event Category] Loop in category, parent ID 7", 2));
+  ExpectMessages({u"DB [Event Category] Loop in category, parent ID 7"});
   EXPECT_EQ(db_.FindCategory(DbItemTable::kEvent, 7)->parent_id, -1);
 }
 
@@ -261,23 +259,16 @@ TEST_F(ValidationTest, DescriptionReferences) {
             {"DisplayCategory.txt", "1^\"Disp\"^42^-1\n"},
             {"Display.txt", "1^\"D\"^\"1\"^43\n2^\"D2\"^\"\"^-7\n"}},
            true));
-  EXPECT_TRUE(
-      Has(messages_, u"DB [Field] Invalid description ID detected 251658240, resetting to -1", 2))
-      << Dump();
-  EXPECT_TRUE(Has(messages_, u"DB [Field] Invalid description ID specified 7, resetting to -1", 2));
-  EXPECT_TRUE(Has(messages_, u"DB [Enum] Invalid description ID specified 5, resetting to -1", 2));
-  EXPECT_TRUE(
-      Has(messages_, u"DB [Enum Entry] Invalid description ID specified 8, resetting to -1", 2));
-  EXPECT_TRUE(
-      Has(messages_, u"DB [Event ID] Invalid description ID specified 9, resetting to -1", 2));
-  EXPECT_TRUE(
-      Has(messages_, u"DB [Display] Invalid description ID specified 43, resetting to -1", 2));
+  ExpectMessages({u"DB [Field] Invalid description ID detected 251658240, resetting to -1",
+                  u"DB [Field] Invalid description ID specified 7, resetting to -1",
+                  u"DB [Enum] Invalid description ID specified 5, resetting to -1",
+                  u"DB [Enum Entry] Invalid description ID specified 8, resetting to -1",
+                  u"DB [Event ID] Invalid description ID specified 9, resetting to -1",
+                  u"DB [Display] Invalid description ID specified 43, resetting to -1"});
   // Enum, NV Item and Display IDs below -1 load and are reset as "detected".
-  EXPECT_TRUE(Has(messages_, u"DB [Enum] Invalid description ID detected -5, resetting to -1", 2));
-  EXPECT_TRUE(
-      Has(messages_, u"DB [NV Item] Invalid description ID detected -5, resetting to -1", 2));
-  EXPECT_TRUE(
-      Has(messages_, u"DB [Display] Invalid description ID detected -7, resetting to -1", 2));
+  ExpectMessages({u"DB [Enum] Invalid description ID detected -5, resetting to -1",
+                  u"DB [NV Item] Invalid description ID detected -5, resetting to -1",
+                  u"DB [Display] Invalid description ID detected -7, resetting to -1"});
   EXPECT_EQ(messages_.Messages().size(), 9u) << Dump();
   EXPECT_EQ(db_.FindEnum(2)->description_id, -1);
   EXPECT_EQ(db_.FindNvItem(1)->description_id, -1);
