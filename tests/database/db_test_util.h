@@ -107,6 +107,15 @@ inline bool Has(const DbMessageList& list, const std::u16string& text, std::uint
   return false;
 }
 
+// Each text reported with the severity, for failure output the whole list.
+inline void ExpectMessages(const DbMessageList& list,
+                           std::initializer_list<std::u16string_view> texts,
+                           std::uint32_t severity = 2) {
+  for (const auto text : texts) {
+    EXPECT_TRUE(Has(list, std::u16string(text), severity)) << Narrow(text) << "\n" << Dump(list);
+  }
+}
+
 inline std::size_t Count(const DbMessageList& list, const std::u16string& text) {
   std::size_t n = 0;
   for (const auto& m : list.Messages()) n += m.text == text ? 1 : 0;

@@ -66,8 +66,8 @@ class MergeTest : public ::testing::Test {
 TEST_F(MergeTest, RenumbersMapsAndReports) {
   EXPECT_FALSE(db_.Load(dir_.u16(), true));
   const std::string dump = dbtest::Dump(messages_);
-  EXPECT_TRUE(Has(messages_, u"DB Found user database 'userA'", 0)) << dump;
-  EXPECT_TRUE(Has(messages_, u"DB Found user database 'userB'", 0));
+  dbtest::ExpectMessages(messages_,
+                         {u"DB Found user database 'userA'", u"DB Found user database 'userB'"}, 0);
   // Some file systems (Windows) drop a trailing full stop from a new
   // directory's name; the rule can only be seen where the name survives.
   const bool dot_survives =
@@ -75,33 +75,32 @@ TEST_F(MergeTest, RenumbersMapsAndReports) {
   if (dot_survives) {
     EXPECT_FALSE(Has(messages_, u"DB Found user database 'skip.'", 0));
   }
-  EXPECT_TRUE(
-      Has(messages_, u"DB Merge [Enum] Duplicate enum 'Colours' detected, using existing ID 1", 1));
-  EXPECT_TRUE(Has(messages_,
-                  u"DB Merge [Enum Entry] Duplicate enum entry 'GREEN' detected, replacing 'green' "
-                  u"for enum ID 1",
-                  1));
-  EXPECT_TRUE(
-      Has(messages_,
-          u"DB Merge [Diag] Duplicate DIAG entity 'main log' detected, using existing entity", 2));
-  EXPECT_TRUE(
-      Has(messages_,
-          u"DB Merge [Log Category] Duplicate category 'Power' detected, using existing ID 1", 1));
-  EXPECT_TRUE(Has(messages_,
-                  u"DB Merge [Log Item] Duplicate item 'User A' detected, replacing 'Main A'", 1));
+  dbtest::ExpectMessages(messages_,
+                         {u"DB Merge [Enum] Duplicate enum 'Colours' detected, using existing ID 1",
+                          u"DB Merge [Enum Entry] Duplicate enum entry 'GREEN' detected, replacing "
+                          u"'green' for enum ID 1"},
+                         1);
+  dbtest::ExpectMessages(
+      messages_,
+      {u"DB Merge [Diag] Duplicate DIAG entity 'main log' detected, using existing entity"});
+  dbtest::ExpectMessages(
+      messages_,
+      {u"DB Merge [Log Category] Duplicate category 'Power' detected, using existing ID 1",
+       u"DB Merge [Log Item] Duplicate item 'User A' detected, replacing 'Main A'"},
+      1);
   // Whichever user database came last holds the key, with one warning.
   if (AFirst()) {
-    EXPECT_TRUE(
-        Has(messages_, u"DB Merge [Log Item] Duplicate item 'New B' detected, replacing 'New'", 1));
+    dbtest::ExpectMessages(
+        messages_, {u"DB Merge [Log Item] Duplicate item 'New B' detected, replacing 'New'"}, 1);
     EXPECT_EQ(db_.FindLogItem(0x2000)->name, u"New B");
   } else {
-    EXPECT_TRUE(
-        Has(messages_, u"DB Merge [Log Item] Duplicate item 'New' detected, replacing 'New B'", 1));
+    dbtest::ExpectMessages(
+        messages_, {u"DB Merge [Log Item] Duplicate item 'New' detected, replacing 'New B'"}, 1);
     EXPECT_EQ(db_.FindLogItem(0x2000)->name, u"New");
   }
-  EXPECT_TRUE(Has(messages_, u"DB Merge [Description] Error copying description '1'", 2));
-  EXPECT_TRUE(
-      Has(messages_, u"DB Merge [Field] Error reassigning description ID 1, new ID not found", 2));
+  dbtest::ExpectMessages(
+      messages_, {u"DB Merge [Description] Error copying description '1'",
+                  u"DB Merge [Field] Error reassigning description ID 1, new ID not found"});
   // A marked description ID that found no new ID stays marked, so every
   // later merge reports it again.
   const std::size_t reassign_reports = AFirst() ? 2 : 1;
@@ -200,8 +199,8 @@ TEST(DbMerge, EmptyMainTablesStartAtZero) {
   DbMessageList messages;
   main.SetSink(&messages);
   EXPECT_FALSE(main.Merge(user));
-  EXPECT_TRUE(Has(messages, u"DB Merge [Enum Entry] Error copying enum entry 'stray'", 2));
-  EXPECT_TRUE(Has(messages, u"DB Merge [Field] Error copying field 'g'", 2));
+  dbtest::ExpectMessages(messages, {u"DB Merge [Enum Entry] Error copying enum entry 'stray'",
+                                    u"DB Merge [Field] Error copying field 'g'"});
   EXPECT_EQ(main.FindEnum(0)->name, u"E");
   EXPECT_EQ(main.FindField(0)->type, 0u);
   EXPECT_EQ(main.FindField(1), nullptr);

@@ -24,10 +24,7 @@ class ValidationTest : public ::testing::Test {
   std::string Dump() const { return dbtest::Dump(messages_); }
   void ExpectMessages(std::initializer_list<std::u16string_view> texts,
                       std::uint32_t severity = 2) {
-    for (const auto text : texts) {
-      EXPECT_TRUE(Has(messages_, std::u16string(text), severity)) << dbtest::Narrow(text) << "\n"
-                                                                  << Dump();
-    }
+    dbtest::ExpectMessages(messages_, texts, severity);
   }
 
   TempDir dir_;
