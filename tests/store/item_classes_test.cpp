@@ -74,8 +74,8 @@ TEST(ItemKeys, KeyAndHeaderLengthOfEachClass) {
     ItemPtr item = Make(kItemString, Bytes().U32(0xC0000000 | type).U16('a').U16(0));
     EXPECT_EQ(item->Key(), (ItemKey{7, type}));
   }
-  const auto& counted = static_cast<const EventItem&>(*Make(kItemEvent, cases[11].payload));
-  EXPECT_EQ(counted.Record().payload_length, 4u);
+  const ItemPtr counted = Make(kItemEvent, cases[11].payload);
+  EXPECT_EQ(static_cast<const EventItem&>(*counted).Record().payload_length, 4u);
 }
 
 TEST(ItemKeys, ExtendedMessageSubsystemAndLevel) {
@@ -95,7 +95,8 @@ TEST(ItemKeys, ExtendedMessageSubsystemAndLevel) {
   EXPECT_EQ(h.line, 1234u);
   EXPECT_EQ(h.args_offset, 20u);
   EXPECT_EQ(h.format_offset, 28u);
-  const auto& legacy = static_cast<const MessageItem&>(*Make(kItemMsg, LegacyMessage(2, 0)));
+  const ItemPtr legacy_item = Make(kItemMsg, LegacyMessage(2, 0));
+  const auto& legacy = static_cast<const MessageItem&>(*legacy_item);
   EXPECT_FALSE(legacy.Header().extended);
   EXPECT_EQ(legacy.Header().line, 42u);
   EXPECT_EQ(legacy.Header().format_offset, kLegacyMessageFormatOffset);
