@@ -62,7 +62,8 @@ struct Fixture {
   }
 
   void AddRow(std::uint32_t sid, std::uint32_t index, std::int32_t kind, std::uint32_t ref,
-              std::u16string label, std::int32_t repetition = 0, std::u16string specifier_text = {}) {
+              std::u16string label, std::int32_t repetition = 0,
+              std::u16string specifier_text = {}) {
     StructRow r;
     r.struct_id = sid;
     r.index = index;

@@ -22,9 +22,7 @@ class ItemBuffer {
   ItemBuffer(const ItemBuffer&) = delete;
   ItemBuffer& operator=(const ItemBuffer&) = delete;
 
-  bool IsValid() const {
-    return data_ != nullptr && length_ >= 1 && length_ <= kMaxItemPayload;
-  }
+  bool IsValid() const { return data_ != nullptr && length_ >= 1 && length_ <= kMaxItemPayload; }
   const std::uint8_t* Data() const { return data_; }
   std::uint32_t Length() const { return length_; }
   std::span<const std::uint8_t> Bytes() const { return {data_, length_}; }

@@ -28,10 +28,8 @@ inline constexpr std::uint32_t kItemTypeCount = 11;
 class ItemKey {
  public:
   ItemKey() = default;
-  ItemKey(std::initializer_list<std::uint32_t> elements)
-      : elements_(elements) {}
-  explicit ItemKey(std::vector<std::uint32_t> elements)
-      : elements_(std::move(elements)) {}
+  ItemKey(std::initializer_list<std::uint32_t> elements) : elements_(elements) {}
+  explicit ItemKey(std::vector<std::uint32_t> elements) : elements_(std::move(elements)) {}
 
   std::size_t size() const { return elements_.size(); }
   bool empty() const { return elements_.empty(); }

@@ -31,9 +31,7 @@ class ItemTimestamp {
   static ItemTimestamp FromFileTime(std::uint64_t file_time);
   // Milliseconds since 1601-01-01 (file time / 10000) and back.
   std::uint64_t ToMilliseconds() const { return ToFileTime() / 10000; }
-  static ItemTimestamp FromMilliseconds(std::uint64_t ms) {
-    return FromFileTime(ms * 10000);
-  }
+  static ItemTimestamp FromMilliseconds(std::uint64_t ms) { return FromFileTime(ms * 10000); }
   // OLE automation DATE (days since 1899-12-30) keeping milliseconds;
   // 0.0 when a calendar conversion fails.
   double ToAutomationDate() const;
@@ -43,8 +41,7 @@ class ItemTimestamp {
   // Appends "MM/DD/YYYY " (with want_date), "hh:mm:ss" and ".mmm" (with
   // want_milliseconds). A zero file time or a failed calendar conversion
   // appends "00/00/00 ", "00:00:00" and ".000" instead.
-  void AppendText(std::u16string& out, bool want_date,
-                  bool want_milliseconds) const;
+  void AppendText(std::u16string& out, bool want_date, bool want_milliseconds) const;
   std::u16string Text(bool want_date, bool want_milliseconds) const {
     std::u16string out;
     AppendText(out, want_date, want_milliseconds);
@@ -52,9 +49,7 @@ class ItemTimestamp {
   }
 
   friend constexpr bool operator==(ItemTimestamp, ItemTimestamp) = default;
-  friend constexpr auto operator<=>(ItemTimestamp a, ItemTimestamp b) {
-    return a.raw_ <=> b.raw_;
-  }
+  friend constexpr auto operator<=>(ItemTimestamp a, ItemTimestamp b) { return a.raw_ <=> b.raw_; }
 
  private:
   std::uint64_t raw_ = 0;

@@ -408,7 +408,8 @@ void AddPoint(FloatDigits& d, std::size_t& head_length) {
   if (!HasPoint(d, head_length) && head_length < sizeof(d.head)) d.head[head_length++] = '.';
 }
 
-FormatStatus FormatFinite(double magnitude, const ConversionSpec& cs, FloatDigits& d, Field& field) {
+FormatStatus FormatFinite(double magnitude, const ConversionSpec& cs, FloatDigits& d,
+                          Field& field) {
   const char16_t conv = cs.conversion;
   const bool alternate = (cs.flags & kAlternate) != 0;
   const bool upper = conv == u'E' || conv == u'G';
@@ -495,8 +496,7 @@ void FormatNonFinite(double value, bool upper, Field& field, FloatDigits& d) {
 }
 
 FormatStatus ConvertFloat(const ConversionSpec& cs, FormatArgumentSource& args, Output& out) {
-  if (cs.length != Length::kNone && cs.length != Length::kL &&
-      cs.length != Length::kLongDouble) {
+  if (cs.length != Length::kNone && cs.length != Length::kL && cs.length != Length::kLongDouble) {
     return FormatStatus::kInvalidFormat;
   }
   const FormatArgument* arg = args.Next();

@@ -61,7 +61,7 @@ RowSpecifier ParseRowSpecifier(std::int32_t repetition, std::u16string_view text
     case kRepeatRange: {
       const auto tokens = SplitBlanks(text);
       row_spec.valid = tokens.size() == 2 && db::ToU32Token(tokens[0], 0, row_spec.field_id) &&
-                   db::ToU32Token(tokens[1], 0, row_spec.field_id2);
+                       db::ToU32Token(tokens[1], 0, row_spec.field_id2);
       break;
     }
     case kRepeatOptional:

@@ -13,9 +13,9 @@ namespace quillon::platform {
 // Fields as in the Windows SYSTEMTIME structure.
 struct SystemTime {
   std::uint16_t year = 0;
-  std::uint16_t month = 0;       // 1..12
-  std::uint16_t day_of_week = 0; // 0 = Sunday
-  std::uint16_t day = 0;         // 1..31
+  std::uint16_t month = 0;        // 1..12
+  std::uint16_t day_of_week = 0;  // 0 = Sunday
+  std::uint16_t day = 0;          // 1..31
   std::uint16_t hour = 0;
   std::uint16_t minute = 0;
   std::uint16_t second = 0;

@@ -60,8 +60,7 @@ class File {
   File& operator=(const File&) = delete;
 
   // Opens `path` (UTF-16). On failure the object stays closed.
-  std::uint32_t Open(std::u16string_view path, FileAccess access,
-                     FileDisposition disposition,
+  std::uint32_t Open(std::u16string_view path, FileAccess access, FileDisposition disposition,
                      FileCaching caching = FileCaching::kNormal);
   void Close();
   bool IsOpen() const;
@@ -71,8 +70,7 @@ class File {
   std::uint32_t ReadAt(std::uint64_t offset, void* buffer, std::size_t length,
                        std::size_t* bytes_read = nullptr) const;
   // Writes all `length` bytes at `offset`, growing the file as needed.
-  std::uint32_t WriteAt(std::uint64_t offset, const void* buffer,
-                        std::size_t length);
+  std::uint32_t WriteAt(std::uint64_t offset, const void* buffer, std::size_t length);
   std::uint32_t Size(std::uint64_t& size) const;
   // Sets the end of file to `size` (shrinks or grows with zeros).
   std::uint32_t Truncate(std::uint64_t size);

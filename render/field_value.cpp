@@ -4,10 +4,10 @@
 #include <string>
 #include <string_view>
 
+#include "common/number_text.h"
 #include "common/safe_format.h"
 #include "common/text.h"
 #include "database/database.h"
-#include "common/number_text.h"
 
 namespace quillon {
 

@@ -4,10 +4,10 @@
 #include <iterator>
 #include <utility>
 
+#include "common/number_text.h"
 #include "database/database.h"
 #include "database/db_specifier.h"
 #include "render/bit_reader.h"
-#include "common/number_text.h"
 
 namespace quillon {
 

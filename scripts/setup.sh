@@ -5,7 +5,7 @@ set -euo pipefail
 packages=(cmake ninja-build g++ ccache googletest libgtest-dev libbenchmark-dev
           libcli11-dev nlohmann-json3-dev pybind11-dev python3-dev python3-pytest
           clang libclang-rt-14-dev
-          mingw-w64 mingw-w64-tools wine64 libwine-dev)
+          mingw-w64 mingw-w64-tools wine wine64 libwine-dev)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
