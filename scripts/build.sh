@@ -1,16 +1,21 @@
 #!/usr/bin/env bash
 # build.sh native|sanitize|windows [extra cmake args...]
-# Configures and builds one of the three builds under build/<kind>.
+# Configures and builds one of the three builds under build/<kind>, with
+# warnings as errors.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
+source "$root/scripts/lib/commands.sh"
 kind=${1:-native}; shift || true
-jobs=$(nproc)
 case "$kind" in
   native)   args=(-DCMAKE_BUILD_TYPE=RelWithDebInfo) ;;
   sanitize) args=(-DCMAKE_BUILD_TYPE=Debug -DQUILLON_SANITIZE=ON) ;;
   windows)  args=(-DCMAKE_BUILD_TYPE=Release
-                  -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64-x86_64.cmake") ;;
-  *) echo "usage: build.sh native|sanitize|windows" >&2; exit 2 ;;
+                  -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64-x86_64.cmake")
+            require_commands x86_64-w64-mingw32-g++-posix x86_64-w64-mingw32-gcc-posix ;;
+  *) echo "usage: build.sh native|sanitize|windows [cmake args...]" >&2; exit 2 ;;
 esac
-cmake -S "$root" -B "$root/build/$kind" -G Ninja "${args[@]}" "$@" >/dev/null
-cmake --build "$root/build/$kind" -j "$jobs"
+require_commands cmake ninja g++
+mkdir -p "$root/build/$kind"
+run_logged "$root/build/$kind/configure.log" \
+  cmake -S "$root" -B "$root/build/$kind" -G Ninja -DQUILLON_WERROR=ON "${args[@]}" "$@"
+cmake --build "$root/build/$kind" -j "$(nproc)"

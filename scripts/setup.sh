@@ -2,10 +2,16 @@
 # Installs everything Quillon needs to build and test on Debian 12.
 # Safe to run again: it installs only what is missing.
 set -euo pipefail
-packages=(cmake ninja-build g++ ccache googletest libgtest-dev libbenchmark-dev
-          libcli11-dev nlohmann-json3-dev pybind11-dev python3-dev python3-pytest
-          clang libclang-rt-14-dev
-          mingw-w64 mingw-w64-tools wine wine64 libwine-dev)
+packages=(
+  # native build and tests
+  cmake ninja-build g++ ccache git python3 python3-minimal googletest libgtest-dev libbenchmark-dev
+  libcli11-dev nlohmann-json3-dev pybind11-dev python3-dev python3-pytest
+  # format check, fuzzing and sanitizer runtimes
+  clang clang-format libclang-rt-14-dev
+  # Windows cross build and its tests under Wine
+  mingw-w64 mingw-w64-tools g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix
+  binutils-mingw-w64-x86-64 wine wine64 libwine-dev
+)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
