@@ -22,7 +22,8 @@ void ItemRecord::GetTexts(ItemTextRequest& request, const ItemRenderOptions& opt
         break;
       case ItemTextKind::kTimestampText:
         text.clear();
-        timestamp_.AppendText(text, options.want_date, options.want_milliseconds);
+        (options.specific_timestamp ? GetSpecificTimestamp() : timestamp_)
+            .AppendText(text, options.want_date, options.want_milliseconds);
         break;
       default:
         // Names, summaries, buffer and key texts need services that the

@@ -10,6 +10,7 @@
 
 #include "common/item_buffer.h"
 #include "common/item_key.h"
+#include "common/item_render_context.h"
 #include "common/item_timestamp.h"
 
 namespace quillon {
@@ -28,21 +29,12 @@ enum class ItemTextKind : std::uint32_t {
 // item fills the texts it can render.
 using ItemTextRequest = std::map<ItemTextKind, std::u16string>;
 
-// Options of one rendering request.
-struct ItemRenderOptions {
-  bool want_date = false;
-  bool want_milliseconds = true;
-};
-
-// Services a rendering may consult (database, the owning store's parsers).
-// Filled in by the layers that own them; null members mean "not available".
-class ItemRenderServices;
-// The owning store's parser service, as seen by GetParsedText.
-class ItemParserService;
-
 // Colours (COLORREF, 0x00BBGGRR) shared by several item classes.
 inline constexpr std::uint32_t kColorUnknown = 0xFF00FF;  // magenta
 inline constexpr std::uint32_t kColorRed = 0x0000FF;
+
+// The protocol revision of an item that carries none.
+inline constexpr std::uint32_t kNoProtocolRevision = 0xFFFFFFFF;
 
 class ItemRecord {
  public:
@@ -90,6 +82,10 @@ class ItemRecord {
   void SetAuxValue(std::uint32_t value) { aux_value_ = value; }
   ItemTimestamp Timestamp() const { return timestamp_; }
   void SetTimestamp(ItemTimestamp t) { timestamp_ = t; }
+  // The protocol revision the store stamped on the item when it handed it
+  // out; kNoProtocolRevision when it has none.
+  std::uint32_t ProtocolRevision() const { return protocol_revision_; }
+  void SetProtocolRevision(std::uint32_t revision) { protocol_revision_ = revision; }
   const ItemKey& Key() const { return key_; }
   const ItemBufferRef& Buffer() const { return buffer_; }
   // Null / 0 when the buffer is invalid.
@@ -108,6 +104,7 @@ class ItemRecord {
   ItemTimestamp timestamp_;
   ItemBufferRef buffer_;
   ItemKey key_;
+  std::uint32_t protocol_revision_ = kNoProtocolRevision;
 };
 
 using ItemPtr = std::unique_ptr<ItemRecord>;

@@ -85,7 +85,7 @@ TEST(ItemRecord, TextsFilledByTheBase) {
   EXPECT_EQ(request.size(), 3u);  // nothing that was not asked for
 
   ItemTextRequest dated{{ItemTextKind::kTimestampText, u""}};
-  item.GetTexts(dated, ItemRenderOptions{true, false}, nullptr);
+  item.GetTexts(dated, ItemRenderOptions{.want_date = true, .want_milliseconds = false}, nullptr);
   EXPECT_EQ(dated[ItemTextKind::kTimestampText], u"01/06/1980 00:00:00");
 
   const TestItem bad_key(kItemDiagRx, Payload(), {kItemDiagRx, 256});
