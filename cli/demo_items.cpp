@@ -6,6 +6,7 @@
 
 #include "common/item_key.h"
 #include "common/item_timestamp.h"
+#include "common/little_endian.h"
 #include "store/item_string.h"
 
 namespace quillon {
@@ -47,7 +48,8 @@ class Payload {
 
  private:
   Payload& Le(std::uint64_t v, int n) {
-    for (int i = 0; i < n; ++i) bytes_.push_back(static_cast<std::uint8_t>(v >> (8 * i)));
+    bytes_.resize(bytes_.size() + static_cast<std::size_t>(n));
+    StoreLE(&bytes_[bytes_.size() - static_cast<std::size_t>(n)], v, static_cast<std::size_t>(n));
     return *this;
   }
   std::vector<std::uint8_t> bytes_;

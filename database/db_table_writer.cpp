@@ -1,5 +1,6 @@
 #include <vector>
 
+#include "common/little_endian.h"
 #include "database/db_table_io.h"
 
 namespace quillon::db {
@@ -21,10 +22,8 @@ bool TableWriter::Finish() {
   bytes.reserve(2 + text_.size() * 2);
   bytes.push_back(0xFF);
   bytes.push_back(0xFE);
-  for (const char16_t c : text_) {
-    bytes.push_back(static_cast<std::uint8_t>(c & 0xFF));
-    bytes.push_back(static_cast<std::uint8_t>(c >> 8));
-  }
+  bytes.resize(2 + text_.size() * 2);
+  for (std::size_t i = 0; i < text_.size(); ++i) StoreUtf16LE(&bytes[2 + 2 * i], text_[i]);
   const bool written = file_.WriteAt(0, bytes.data(), bytes.size()) == 0;
   file_.Close();
   return written;

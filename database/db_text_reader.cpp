@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "common/little_endian.h"
 #include "platform/file.h"
 #include "platform/text_codec.h"
 
@@ -18,7 +19,7 @@ std::u16string TextReader::Decode(const std::uint8_t* data, std::size_t size) {
     if ((data[0] == 0xFF && data[1] == 0xFE) || (data[0] == 0xFE && data[1] == 0xFF)) start = 2;
     std::u16string text((size - start) / 2, u'\0');
     for (std::size_t i = 0; i < text.size(); ++i) {
-      text[i] = static_cast<char16_t>(data[start + 2 * i] | data[start + 2 * i + 1] << 8);
+      text[i] = LoadUtf16LE(&data[start + 2 * i]);
     }
     return text;
   }

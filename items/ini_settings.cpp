@@ -3,6 +3,7 @@
 #include <limits>
 #include <vector>
 
+#include "common/little_endian.h"
 #include "platform/file.h"
 #include "platform/text_codec.h"
 
@@ -29,9 +30,8 @@ std::u16string Fold(std::u16string_view name) {
 std::u16string Utf16FromBytes(const std::uint8_t* p, std::size_t length, bool big_endian) {
   std::u16string text(length / 2, u'\0');
   for (std::size_t i = 0; i < text.size(); ++i) {
-    const unsigned lo = p[2 * i + (big_endian ? 1 : 0)];
-    const unsigned hi = p[2 * i + (big_endian ? 0 : 1)];
-    text[i] = static_cast<char16_t>(lo | hi << 8);
+    const char16_t unit = LoadUtf16LE(&p[2 * i]);
+    text[i] = big_endian ? static_cast<char16_t>((unit >> 8) | (unit << 8)) : unit;
   }
   return text;
 }

@@ -11,6 +11,8 @@
 #include <optional>
 #include <span>
 
+#include "common/little_endian.h"
+
 namespace quillon {
 
 class PayloadReader {
@@ -75,9 +77,7 @@ class PayloadReader {
 
  private:
   std::uint64_t Unsigned(std::size_t offset, std::size_t count) const {
-    std::uint64_t v = 0;
-    for (std::size_t i = count; i-- > 0;) v = (v << 8) | bytes_[offset + i];
-    return v;
+    return LoadLE(&bytes_[offset], count);
   }
 
   std::span<const std::uint8_t> bytes_;

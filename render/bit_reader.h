@@ -17,6 +17,8 @@
 
 #include <cstdint>
 
+#include "common/little_endian.h"
+
 namespace quillon {
 
 inline constexpr std::uint32_t kBitReadOk = 0;
@@ -73,9 +75,7 @@ class BitReader {
       // Anything else that one 64-bit little-endian word covers, when eight
       // whole bytes are left from the current byte.
       if (bit + n <= 64 && (length_ >> 3) - (position_ >> 3) >= 8) {
-        std::uint64_t v = 0;
-        for (std::uint32_t i = 0; i < 8; ++i) v |= static_cast<std::uint64_t>(byte[i]) << (8 * i);
-        out = (v >> bit) & Mask(n);
+        out = (LoadLE64(byte) >> bit) & Mask(n);
         position_ += n;
         return kBitReadOk;
       }

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "common/little_endian.h"
 #include "common/number_text.h"
 #include "common/safe_format.h"
 #include "common/text.h"
@@ -53,7 +54,7 @@ bool ReadString(BitReader& reader, std::uint32_t width, std::uint64_t count, Par
   } else {
     out.value_text.clear();
     for (std::uint64_t i = 0; i + 1 < total; i += 2) {
-      const auto unit = static_cast<char16_t>(bytes[i] | bytes[i + 1] << 8);
+      const char16_t unit = LoadUtf16LE(&bytes[i]);
       if (unit == 0) break;
       out.value_text.push_back(unit);
     }

@@ -37,9 +37,9 @@ std::uint32_t EncodeRecordHeader(std::uint8_t flags, std::uint64_t ms, std::uint
   const Entry entry{flags, 0, 0};
   const std::uint64_t value = entry.Encoding() == TimeEncoding::kAbsolute ? ms : ms - base_ms;
   const std::uint32_t size = TimeFieldSize(entry.Encoding());
-  for (std::uint32_t i = 0; i < size; ++i) out[i] = static_cast<std::uint8_t>(value >> (8 * i));
+  StoreLE(out, value, size);
   if (!entry.HasAux()) return size;
-  StoreU32(out + size, aux);
+  StoreLE32(out + size, aux);
   return size + 4;
 }
 
@@ -49,21 +49,23 @@ std::uint64_t DecodeRecordTime(std::uint8_t flags, std::uint64_t base_ms, const 
     case TimeEncoding::kDelta8:
       return base_ms + in[0];
     case TimeEncoding::kDelta16:
-      return base_ms + LoadU16(in);
+      return base_ms + LoadLE16(in);
     case TimeEncoding::kDelta32:
-      return base_ms + LoadU32(in);
+      return base_ms + LoadLE32(in);
     case TimeEncoding::kAbsolute:
       break;
   }
-  return LoadU64(in);
+  return LoadLE64(in);
 }
 
 void EncodeEntry(const Entry& entry, std::uint8_t* out) {
   out[0] = entry.flags;
-  StoreU32(out + 1, entry.offset);
-  StoreU16(out + 5, entry.length);
+  StoreLE32(out + 1, entry.offset);
+  StoreLE16(out + 5, entry.length);
 }
 
-Entry DecodeEntry(const std::uint8_t* in) { return Entry{in[0], LoadU32(in + 1), LoadU16(in + 5)}; }
+Entry DecodeEntry(const std::uint8_t* in) {
+  return Entry{in[0], LoadLE32(in + 1), LoadLE16(in + 5)};
+}
 
 }  // namespace quillon::isf

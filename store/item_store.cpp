@@ -3,6 +3,7 @@
 #include <new>
 #include <vector>
 
+#include "common/little_endian.h"
 #include "common/mis_exception.h"
 #include "store/item_factory.h"
 
@@ -156,11 +157,8 @@ void ItemStore::AddStringItem(std::u16string_view text, std::uint32_t string_typ
       start = end + 1;
       if (line.empty()) continue;
       std::vector<std::uint8_t> bytes(4 + 2 * line.size() + 2, 0);
-      for (int i = 0; i < 4; ++i) bytes[i] = static_cast<std::uint8_t>(word >> (8 * i));
-      for (std::size_t i = 0; i < line.size(); ++i) {
-        bytes[4 + 2 * i] = static_cast<std::uint8_t>(line[i]);
-        bytes[5 + 2 * i] = static_cast<std::uint8_t>(line[i] >> 8);
-      }
+      StoreLE32(bytes.data(), word);
+      for (std::size_t i = 0; i < line.size(); ++i) StoreUtf16LE(&bytes[4 + 2 * i], line[i]);
       ItemBufferRef buffer = ItemBufferRef::Make(bytes.data(), bytes.size());
       if (!buffer.IsValid()) Throw(kMisCategoryInternal, mis::kOutOfMemory);
       payloads.push_back(std::move(buffer));

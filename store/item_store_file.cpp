@@ -89,7 +89,7 @@ void ItemStoreFile::Create(std::u16string_view path) {
     Throw(error);
   }
   std::array<std::uint8_t, kMagicSize> magic{};
-  StoreU32(magic.data(), kMagic);
+  StoreLE32(magic.data(), kMagic);
   if (const std::uint32_t write_error = file_.WriteAt(0, magic.data(), magic.size())) {
     Reset();
     Throw(write_error);
@@ -141,7 +141,7 @@ void ItemStoreFile::Open(std::u16string_view path, bool read_only, ProgressSink*
     if (size < kMinTerminatedSize) Throw(mis::kInvalidData);
     std::array<std::uint8_t, kTrailerSize> trailer_bytes{};
     Check(file_.ReadAt(size - kTrailerSize, trailer_bytes.data(), trailer_bytes.size()));
-    const Trailer trailer{LoadU32(&trailer_bytes[8]), LoadU32(&trailer_bytes[12])};
+    const Trailer trailer{LoadLE32(&trailer_bytes[8]), LoadLE32(&trailer_bytes[12])};
     if (trailer.magic != kMagic) Throw(mis::kInvalidData);
 
     // The chain is walked for at most count / 8192 + 1 blocks; a zero link
@@ -153,9 +153,9 @@ void ItemStoreFile::Open(std::u16string_view path, bool read_only, ProgressSink*
       if (offset + kBlockSize > data_end) Throw(mis::kInvalidData);
       std::array<std::uint8_t, kBlockTailSize> tail{};
       Check(file_.ReadAt(offset + kIndexSize, tail.data(), tail.size()));
-      blocks_.push_back({offset, LoadU64(&tail[8])});
+      blocks_.push_back({offset, LoadLE64(&tail[8])});
       Notify(progress, ++walked, offset, size);
-      const std::uint64_t next = LoadU64(tail.data());
+      const std::uint64_t next = LoadLE64(tail.data());
       if (next == 0) break;
       // A block is always written at the end of the file, after the one
       // that links to it.
@@ -192,7 +192,7 @@ void ItemStoreFile::OpenUnterminated(std::u16string_view path, ProgressSink* pro
     if (size <= kFirstBlockOffset + kBlockSize) Throw(mis::kBadArguments);
     std::array<std::uint8_t, kMagicSize> magic{};
     Check(file_.ReadAt(0, magic.data(), magic.size()));
-    if (LoadU32(magic.data()) != kMagic) Throw(mis::kInvalidData);
+    if (LoadLE32(magic.data()) != kMagic) Throw(mis::kInvalidData);
 
     // Walk the chain. A link to a block that was not completely written ends
     // the walk: the items before it are still recovered.
@@ -200,9 +200,9 @@ void ItemStoreFile::OpenUnterminated(std::u16string_view path, ProgressSink* pro
     for (std::uint32_t walked = 0;;) {
       std::array<std::uint8_t, kBlockTailSize> tail{};
       Check(file_.ReadAt(offset + kIndexSize, tail.data(), tail.size()));
-      blocks_.push_back({offset, LoadU64(&tail[8])});
+      blocks_.push_back({offset, LoadLE64(&tail[8])});
       Notify(progress, ++walked, offset, size);
-      const std::uint64_t next = LoadU64(tail.data());
+      const std::uint64_t next = LoadLE64(tail.data());
       if (next == 0) break;
       if (next < offset + kBlockSize || next >= size) Throw(mis::kInvalidData);
       if (next + kBlockSize > size) break;
@@ -266,8 +266,8 @@ void ItemStoreFile::WriteTrailer() {
   append_end_ = 0;
   const std::uint64_t end = FileSize();
   std::array<std::uint8_t, kTrailerSize> trailer{};
-  StoreU32(&trailer[8], count_);
-  StoreU32(&trailer[12], kMagic);
+  StoreLE32(&trailer[8], count_);
+  StoreLE32(&trailer[12], kMagic);
   Check(file_.WriteAt(end, trailer.data(), trailer.size()));
 }
 
@@ -352,7 +352,7 @@ void ItemStoreFile::StartBlock(const ItemRecord& first_item) {
   if (!blocks_.empty() &&
       std::uint64_t{count_} == std::uint64_t{blocks_.size() - 1} * kItemsPerBlock) {
     std::array<std::uint8_t, 8> base{};
-    StoreU64(base.data(), base_ms);
+    StoreLE64(base.data(), base_ms);
     Check(file_.WriteAt(blocks_.back().offset + kIndexSize + 8, base.data(), base.size()));
     blocks_.back().base_ms = base_ms;
     items_in_last_block_ = 0;
@@ -362,11 +362,11 @@ void ItemStoreFile::StartBlock(const ItemRecord& first_item) {
   static const std::vector<std::uint8_t> zeros(kIndexSize + 8, 0);
   Check(file_.WriteAt(offset, zeros.data(), zeros.size()));
   std::array<std::uint8_t, 8> base{};
-  StoreU64(base.data(), base_ms);
+  StoreLE64(base.data(), base_ms);
   Check(file_.WriteAt(offset + kIndexSize + 8, base.data(), base.size()));
   if (!blocks_.empty()) {
     std::array<std::uint8_t, 8> link{};
-    StoreU64(link.data(), offset);
+    StoreLE64(link.data(), offset);
     Check(file_.WriteAt(blocks_.back().offset + kIndexSize, link.data(), link.size()));
   }
   blocks_.push_back({offset, base_ms});

@@ -26,15 +26,15 @@ IsfLayout DetectIsfLayout(const platform::File& file) {
   std::array<std::uint8_t, 4> bytes{};
   if (size >= kMagicSize + kTrailerSize) {
     Read(file, size - 4, bytes.data(), 4);
-    if (LoadU32(bytes.data()) == kMagic) return IsfLayout::kTerminated;
+    if (LoadLE32(bytes.data()) == kMagic) return IsfLayout::kTerminated;
   }
   if (size >= kMagicSize) {
     Read(file, 0, bytes.data(), 4);
-    if (LoadU32(bytes.data()) == kMagic) return IsfLayout::kUnterminated;
+    if (LoadLE32(bytes.data()) == kMagic) return IsfLayout::kUnterminated;
   }
   if (size >= 8) {
     Read(file, size - 4, bytes.data(), 4);
-    if (LoadU32(bytes.data()) == kOlderTrailerMark) return IsfLayout::kOlder;
+    if (LoadLE32(bytes.data()) == kOlderTrailerMark) return IsfLayout::kOlder;
   }
   return IsfLayout::kUnknown;
 }

@@ -15,9 +15,6 @@ namespace quillon {
 namespace {
 
 using namespace testing;
-using isf::StoreU16;
-using isf::StoreU32;
-using isf::StoreU64;
 
 // The read-write class opened read-only and read-write, and the mapped class.
 enum class Reader { kPlainReadOnly, kPlainReadWrite, kMapped };
@@ -63,13 +60,13 @@ TEST_P(IsfReadEachClass, CorruptEntriesAreRefusedOneByOne) {
   const std::uint64_t fixture_size = std::filesystem::file_size(FixturePath("small.isf"));
   const std::uint32_t records_size = static_cast<std::uint32_t>(fixture_size - 16 - kRecords);
   const Corruption corruptions[] = {
-      {"length 0", [](std::uint8_t* e) { StoreU16(e + 5, 0); }, 13},
-      {"length 8209", [](std::uint8_t* e) { StoreU16(e + 5, 8209); }, 13},
-      {"offset past the end", [](std::uint8_t* e) { StoreU32(e + 1, 0x7FFFFFF0); }, 13},
+      {"length 0", [](std::uint8_t* e) { StoreLE16(e + 5, 0); }, 13},
+      {"length 8209", [](std::uint8_t* e) { StoreLE16(e + 5, 8209); }, 13},
+      {"offset past the end", [](std::uint8_t* e) { StoreLE32(e + 1, 0x7FFFFFF0); }, 13},
       {"record crossing the end",
        [records_size](std::uint8_t* e) {
-         StoreU32(e + 1, records_size - 2);
-         StoreU16(e + 5, 40);
+         StoreLE32(e + 1, records_size - 2);
+         StoreLE16(e + 5, 40);
        },
        13},
       {"type code 31", [](std::uint8_t* e) { e[0] = static_cast<std::uint8_t>(e[0] | 0x1F); }, 8},
@@ -100,11 +97,11 @@ TEST_P(IsfReadEachClass, CorruptEntriesAreRefusedOneByOne) {
 TEST_P(IsfReadEachClass, AuxiliaryValueIsReadButNotCarried) {
   // One DIAG TX record with flags bit 7: delta, aux value, payload.
   std::vector<std::uint8_t> bytes(kRecords, 0);
-  StoreU32(&bytes[0], isf::kMagic);
+  StoreLE32(&bytes[0], isf::kMagic);
   bytes[4] = 0x82;
-  StoreU32(&bytes[5], 0);
-  StoreU16(&bytes[9], 2);
-  StoreU64(&bytes[4 + isf::kIndexSize + 8], kSomeMs);
+  StoreLE32(&bytes[5], 0);
+  StoreLE16(&bytes[9], 2);
+  StoreLE64(&bytes[4 + isf::kIndexSize + 8], kSomeMs);
   const std::vector<std::uint8_t> record{0x09, 0x44, 0x33, 0x22, 0x11, 0x0C, 0x7E};
   bytes.insert(bytes.end(), record.begin(), record.end());
   const std::vector<std::uint8_t> trailer{0, 0, 0, 0, 0,    0,    0,    0,
@@ -146,11 +143,11 @@ std::vector<std::uint8_t> FixtureLinkedTo(std::uint64_t next, bool trailer) {
   auto bytes = ReadBytes(FixturePath("small.isf"));
   bytes.resize(bytes.size() - 16);
   bytes.resize(2 * kRecords + 1000, 0);
-  StoreU64(&bytes[4 + isf::kIndexSize], next);
+  StoreLE64(&bytes[4 + isf::kIndexSize], next);
   if (trailer) {
     bytes.resize(bytes.size() + 16, 0);
-    StoreU32(&bytes[bytes.size() - 8], 9000);
-    StoreU32(&bytes[bytes.size() - 4], isf::kMagic);
+    StoreLE32(&bytes[bytes.size() - 8], 9000);
+    StoreLE32(&bytes[bytes.size() - 4], isf::kMagic);
   }
   return bytes;
 }
@@ -158,12 +155,12 @@ std::vector<std::uint8_t> FixtureLinkedTo(std::uint64_t next, bool trailer) {
 TEST(IsfOpen, ChecksTheBlockChainAgainstTheFile) {
   auto bytes = ReadBytes(FixturePath("small.isf"));
   // A count needing a second block that the chain does not have.
-  StoreU32(&bytes[bytes.size() - 8], 9000);
+  StoreLE32(&bytes[bytes.size() - 8], 9000);
   EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kMapped, FileOf(bytes)->u16()); }), 24u);
   // A link out of the file, and a link backwards.
-  StoreU64(&bytes[4 + isf::kIndexSize], 1u << 30);
+  StoreLE64(&bytes[4 + isf::kIndexSize], 1u << 30);
   EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kPlainReadOnly, FileOf(bytes)->u16()); }), 13u);
-  StoreU64(&bytes[4 + isf::kIndexSize], 4);
+  StoreLE64(&bytes[4 + isf::kIndexSize], 4);
   EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kMapped, FileOf(bytes)->u16()); }), 13u);
   // A link must point past the block that holds it.
   const auto into = FileOf(FixtureLinkedTo(kRecords - 8, true));
@@ -213,8 +210,8 @@ TEST(IsfOpen, ChoosesTheFileClassByLayoutAndMode) {
 
   // The older layout is recognised by its closed mark and refused.
   std::vector<std::uint8_t> older(229384 + 8, 0);
-  StoreU32(&older[older.size() - 8], 5);
-  StoreU32(&older[older.size() - 4], isf::kOlderTrailerMark);
+  StoreLE32(&older[older.size() - 8], 5);
+  StoreLE32(&older[older.size() - 4], isf::kOlderTrailerMark);
   EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(FileOf(older)->u16(), true, true, nullptr); }), 50u);
   older.back() = 0x7F;
   EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(FileOf(older)->u16(), true, true, nullptr); }), 13u);
@@ -278,7 +275,7 @@ TEST(IsfRecover, RefusesBadFilesAndStopsAtTheFirstCorruptEntry) {
   EXPECT_EQ(file.GetItemCount(), 20u);
   file.Close();
 
-  StoreU16(&bytes[4 + 2 * 7 + 5], 0);  // entry 2: length 0
+  StoreLE16(&bytes[4 + 2 * 7 + 5], 0);  // entry 2: length 0
   const auto corrupt = FileOf(bytes);
   file.OpenUnterminated(corrupt->u16(), nullptr);
   EXPECT_EQ(file.GetItemCount(), 2u);
@@ -296,13 +293,13 @@ TEST(IsfOpen, ReportsProgressEvery64Blocks) {
   // 65 linked blocks; only the first item of the last block is written.
   const std::uint32_t blocks = 65;
   std::vector<std::uint8_t> bytes(4 + std::size_t{blocks} * isf::kBlockSize + 16, 0);
-  StoreU32(&bytes[0], isf::kMagic);
+  StoreLE32(&bytes[0], isf::kMagic);
   for (std::uint32_t b = 0; b + 1 < blocks; ++b) {
     const std::size_t at = 4 + std::size_t{b} * isf::kBlockSize;
-    StoreU64(&bytes[at + isf::kIndexSize], at + isf::kBlockSize);
+    StoreLE64(&bytes[at + isf::kIndexSize], at + isf::kBlockSize);
   }
-  StoreU32(&bytes[bytes.size() - 8], (blocks - 1) * 8192 + 1);
-  StoreU32(&bytes[bytes.size() - 4], isf::kMagic);
+  StoreLE32(&bytes[bytes.size() - 8], (blocks - 1) * 8192 + 1);
+  StoreLE32(&bytes[bytes.size() - 4], isf::kMagic);
   const auto temp = FileOf(bytes);
   CountingSink sink;
   MappedItemStoreFile file;

@@ -13,9 +13,6 @@ namespace quillon {
 namespace {
 
 using namespace testing;
-using isf::LoadU16;
-using isf::LoadU32;
-using isf::LoadU64;
 
 TEST(IsfWrite, ReproducesTheCommittedFixtureByteForByte) {
   TempFile temp;
@@ -42,22 +39,22 @@ TEST(IsfWrite, ReproducesTheCommittedFixtureByteForByte) {
             (std::vector<std::uint8_t>{0x07, 0x31, 0x60, 0xAB}));
   // First entry: DIAG TX with a 1-byte delta, record offset 0, 2 bytes.
   EXPECT_EQ(bytes[4], 0x02);
-  EXPECT_EQ(LoadU32(&bytes[5]), 0u);
-  EXPECT_EQ(LoadU16(&bytes[9]), 2u);
+  EXPECT_EQ(LoadLE32(&bytes[5]), 0u);
+  EXPECT_EQ(LoadLE16(&bytes[9]), 2u);
   // Second entry: DIAG RX right after the first record (1 + 2 bytes).
   EXPECT_EQ(bytes[11], 0x01);
-  EXPECT_EQ(LoadU32(&bytes[12]), 3u);
+  EXPECT_EQ(LoadLE32(&bytes[12]), 3u);
   // No next block; base time (1110000000000 + 9568350720000) ticks * 1.25.
-  EXPECT_EQ(LoadU64(&bytes[4 + 57344]), 0u);
-  EXPECT_EQ(LoadU64(&bytes[4 + 57352]), 13347938400000ULL);
+  EXPECT_EQ(LoadLE64(&bytes[4 + 57344]), 0u);
+  EXPECT_EQ(LoadLE64(&bytes[4 + 57352]), 13347938400000ULL);
   // First record: delta 0, then the payload.
   EXPECT_EQ(bytes[kRecords], 0x00);
   EXPECT_EQ(bytes[kRecords + 1], 0x0C);
   // Trailer: 8 zero bytes, count 20, magic.
   const std::size_t t = bytes.size() - 16;
-  EXPECT_EQ(LoadU64(&bytes[t]), 0u);
-  EXPECT_EQ(LoadU32(&bytes[t + 8]), 20u);
-  EXPECT_EQ(LoadU32(&bytes[t + 12]), isf::kMagic);
+  EXPECT_EQ(LoadLE64(&bytes[t]), 0u);
+  EXPECT_EQ(LoadLE32(&bytes[t + 8]), 20u);
+  EXPECT_EQ(LoadLE32(&bytes[t + 12]), isf::kMagic);
 }
 
 TEST(IsfWrite, TheItem8193StartsBlockOneLinkedFromBlockZero) {
@@ -78,15 +75,15 @@ TEST(IsfWrite, TheItem8193StartsBlockOneLinkedFromBlockZero) {
   file.Close();
 
   const auto bytes = ReadBytes(temp.path());
-  EXPECT_EQ(LoadU64(&bytes[4 + isf::kIndexSize]), end_of_block0);
-  EXPECT_EQ(LoadU64(&bytes[end_of_block0 + isf::kIndexSize]), 0u);
-  EXPECT_EQ(LoadU64(&bytes[end_of_block0 + isf::kIndexSize + 8]), kSomeMs + 100000);
+  EXPECT_EQ(LoadLE64(&bytes[4 + isf::kIndexSize]), end_of_block0);
+  EXPECT_EQ(LoadLE64(&bytes[end_of_block0 + isf::kIndexSize]), 0u);
+  EXPECT_EQ(LoadLE64(&bytes[end_of_block0 + isf::kIndexSize + 8]), kSomeMs + 100000);
   // The first entry of block 1 points at the start of its records area.
   EXPECT_EQ(bytes[end_of_block0], 0x02);
-  EXPECT_EQ(LoadU32(&bytes[end_of_block0 + 1]), 0u);
+  EXPECT_EQ(LoadLE32(&bytes[end_of_block0 + 1]), 0u);
   EXPECT_EQ(bytes[end_of_block0 + isf::kBlockSize], 0x00);  // delta 0
   EXPECT_EQ(bytes[end_of_block0 + isf::kBlockSize + 2], 0x77);
-  EXPECT_EQ(LoadU32(&bytes[bytes.size() - 8]), 8193u);
+  EXPECT_EQ(LoadLE32(&bytes[bytes.size() - 8]), 8193u);
 }
 
 // The flags and time field of an item stored `delta` ms after (or before)
@@ -103,7 +100,7 @@ std::pair<std::uint8_t, std::vector<std::uint8_t>> StoreWithDelta(std::int64_t d
   file.Close();
   const auto bytes = ReadBytes(temp.path());
   const std::uint8_t flags = bytes[4 + 7];
-  const auto* time = &bytes[kRecords + LoadU32(&bytes[4 + 8])];
+  const auto* time = &bytes[kRecords + LoadLE32(&bytes[4 + 8])];
   return {flags, std::vector<std::uint8_t>(time, time + isf::RecordHeaderSize(flags))};
 }
 
@@ -199,9 +196,9 @@ TEST(IsfWrite, ReopeningAndAppendingContinuesTheRecordsArea) {
   // New entry 20 points just past the old records; its record has delta 7.
   const std::size_t entry = 4 + 20 * 7;
   EXPECT_EQ(after[entry], 0x02);
-  EXPECT_EQ(LoadU32(&after[entry + 1]), before.size() - 16 - kRecords);
+  EXPECT_EQ(LoadLE32(&after[entry + 1]), before.size() - 16 - kRecords);
   EXPECT_EQ(after[before.size() - 16], 7);
-  EXPECT_EQ(LoadU32(&after[after.size() - 8]), 21u);
+  EXPECT_EQ(LoadLE32(&after[after.size() - 8]), 21u);
 }
 
 TEST(IsfTemporary, DeletedOnCloseUnlessKept) {

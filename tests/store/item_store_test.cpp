@@ -53,7 +53,7 @@ std::u16string StringText(const ItemRecord& item) {
   return text;
 }
 
-std::uint32_t HeaderWord(const ItemRecord& item) { return isf::LoadU32(item.GetPayload()); }
+std::uint32_t HeaderWord(const ItemRecord& item) { return LoadLE32(item.GetPayload()); }
 
 // A store over a newly created file.
 class ItemStoreTest : public ::testing::Test {
