@@ -21,6 +21,14 @@ std::uint32_t RecordHeaderSize(std::uint8_t flags) {
   return TimeFieldSize(entry.Encoding()) + (entry.HasAux() ? 4u : 0u);
 }
 
+std::uint32_t RecordSize(const Entry& entry) {
+  return RecordHeaderSize(entry.flags) + entry.length;
+}
+
+bool IsPlausibleEntry(const Entry& entry) {
+  return entry.length != 0 && entry.length <= kMaxPayload && RecordSize(entry) <= kMaxRecord;
+}
+
 TimeEncoding ChooseTimeEncoding(std::uint64_t ms, std::uint64_t base_ms) {
   if (ms < base_ms) return TimeEncoding::kAbsolute;
   const std::uint64_t delta = ms - base_ms;
@@ -59,13 +67,14 @@ std::uint64_t DecodeRecordTime(std::uint8_t flags, std::uint64_t base_ms, const 
 }
 
 void EncodeEntry(const Entry& entry, std::uint8_t* out) {
-  out[0] = entry.flags;
-  StoreLE32(out + 1, entry.offset);
-  StoreLE16(out + 5, entry.length);
+  out[kEntryFlagsOffset] = entry.flags;
+  StoreLE32(out + kEntryRecordOffset, entry.offset);
+  StoreLE16(out + kEntryLengthOffset, entry.length);
 }
 
 Entry DecodeEntry(const std::uint8_t* in) {
-  return Entry{in[0], LoadLE32(in + 1), LoadLE16(in + 5)};
+  return Entry{in[kEntryFlagsOffset], LoadLE32(in + kEntryRecordOffset),
+               LoadLE16(in + kEntryLengthOffset)};
 }
 
 }  // namespace quillon::isf

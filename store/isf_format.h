@@ -24,6 +24,22 @@ inline constexpr std::uint32_t kIndexSize = kItemsPerBlock * kEntrySize;  // 573
 inline constexpr std::uint32_t kBlockTailSize = 16;                       // next offset + base time
 inline constexpr std::uint32_t kBlockSize = kIndexSize + kBlockTailSize;  // 57360
 inline constexpr std::uint32_t kTrailerSize = 16;
+
+// Fields of a block, from the block's start: after the index, the u64 offset
+// of the next block (0 while there is none), then the u64 base time.
+inline constexpr std::uint32_t kBlockNextLinkOffset = kIndexSize;
+inline constexpr std::uint32_t kBlockBaseTimeOffset = kIndexSize + 8;
+// The same two fields from the start of the block tail.
+inline constexpr std::uint32_t kTailNextLinkOffset = kBlockNextLinkOffset - kIndexSize;
+inline constexpr std::uint32_t kTailBaseTimeOffset = kBlockBaseTimeOffset - kIndexSize;
+// Fields of the trailer, from its start (its first 8 bytes are zero).
+inline constexpr std::uint32_t kTrailerCountOffset = 8;
+inline constexpr std::uint32_t kTrailerMagicOffset = 12;
+// Fields of a 7-byte index entry: flags, u32 record offset (from the block's
+// records area), u16 payload length.
+inline constexpr std::uint32_t kEntryFlagsOffset = 0;
+inline constexpr std::uint32_t kEntryRecordOffset = 1;
+inline constexpr std::uint32_t kEntryLengthOffset = 5;
 inline constexpr std::uint32_t kMinTerminatedSize = 24;
 inline constexpr std::uint32_t kMaxPayload = 8208;
 inline constexpr std::uint32_t kMaxRecord = 8224;
@@ -33,6 +49,7 @@ inline constexpr std::uint32_t kProgressInterval = 64;
 
 // The older layout's closed-file marker: second u32 of its 8-byte trailer.
 inline constexpr std::uint32_t kOlderTrailerMark = 0x2101;
+inline constexpr std::uint32_t kOlderTrailerSize = 8;
 
 // Entry flag bits.
 inline constexpr std::uint8_t kFlagTypeMask = 0x1F;
@@ -64,6 +81,12 @@ struct Entry {
 std::uint32_t TimeFieldSize(TimeEncoding encoding);
 // Record header size for entry flags: time field plus 4 when bit 7 is set.
 std::uint32_t RecordHeaderSize(std::uint8_t flags);
+// Header plus payload bytes of the record an entry describes.
+std::uint32_t RecordSize(const Entry& entry);
+// Whether an entry can describe a record at all: a payload of 1..kMaxPayload
+// bytes in a record of at most kMaxRecord bytes. Every reader decides through
+// this before it trusts an entry (where the record lies is its own check).
+bool IsPlausibleEntry(const Entry& entry);
 
 // The encoding for an item stored `ms` ms since 1601 in a block whose base
 // time is `base_ms`: earlier than the base or a delta above 0xFFFFFFFE is

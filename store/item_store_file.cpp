@@ -141,7 +141,8 @@ void ItemStoreFile::Open(std::u16string_view path, bool read_only, ProgressSink*
     if (size < kMinTerminatedSize) Throw(mis::kInvalidData);
     std::array<std::uint8_t, kTrailerSize> trailer_bytes{};
     Check(file_.ReadAt(size - kTrailerSize, trailer_bytes.data(), trailer_bytes.size()));
-    const Trailer trailer{LoadLE32(&trailer_bytes[8]), LoadLE32(&trailer_bytes[12])};
+    const Trailer trailer{LoadLE32(&trailer_bytes[kTrailerCountOffset]),
+                          LoadLE32(&trailer_bytes[kTrailerMagicOffset])};
     if (trailer.magic != kMagic) Throw(mis::kInvalidData);
 
     // The chain is walked for at most count / 8192 + 1 blocks; a zero link
@@ -152,10 +153,10 @@ void ItemStoreFile::Open(std::u16string_view path, bool read_only, ProgressSink*
     for (std::uint32_t walked = 0; walked < max_blocks;) {
       if (offset + kBlockSize > data_end) Throw(mis::kInvalidData);
       std::array<std::uint8_t, kBlockTailSize> tail{};
-      Check(file_.ReadAt(offset + kIndexSize, tail.data(), tail.size()));
-      blocks_.push_back({offset, LoadLE64(&tail[8])});
+      Check(file_.ReadAt(offset + kBlockNextLinkOffset, tail.data(), tail.size()));
+      blocks_.push_back({offset, LoadLE64(&tail[kTailBaseTimeOffset])});
       Notify(progress, ++walked, offset, size);
-      const std::uint64_t next = LoadLE64(tail.data());
+      const std::uint64_t next = LoadLE64(&tail[kTailNextLinkOffset]);
       if (next == 0) break;
       // A block is always written at the end of the file, after the one
       // that links to it.
@@ -199,10 +200,10 @@ void ItemStoreFile::OpenUnterminated(std::u16string_view path, ProgressSink* pro
     std::uint64_t offset = kFirstBlockOffset;
     for (std::uint32_t walked = 0;;) {
       std::array<std::uint8_t, kBlockTailSize> tail{};
-      Check(file_.ReadAt(offset + kIndexSize, tail.data(), tail.size()));
-      blocks_.push_back({offset, LoadLE64(&tail[8])});
+      Check(file_.ReadAt(offset + kBlockNextLinkOffset, tail.data(), tail.size()));
+      blocks_.push_back({offset, LoadLE64(&tail[kTailBaseTimeOffset])});
       Notify(progress, ++walked, offset, size);
-      const std::uint64_t next = LoadLE64(tail.data());
+      const std::uint64_t next = LoadLE64(&tail[kTailNextLinkOffset]);
       if (next == 0) break;
       if (next < offset + kBlockSize || next >= size) Throw(mis::kInvalidData);
       if (next + kBlockSize > size) break;
@@ -218,9 +219,7 @@ void ItemStoreFile::OpenUnterminated(std::u16string_view path, ProgressSink* pro
       const std::uint64_t records = blocks_[b].offset + kBlockSize;
       for (std::uint32_t slot = 0; slot < kItemsPerBlock; ++slot) {
         const Entry entry = DecodeEntry(&index[slot * kEntrySize]);
-        const std::uint32_t header = RecordHeaderSize(entry.flags);
-        if (entry.length == 0 || entry.length > kMaxPayload || header + entry.length > kMaxRecord ||
-            records + entry.offset + header + entry.length > size) {
+        if (!IsPlausibleEntry(entry) || records + entry.offset + RecordSize(entry) > size) {
           stopped = true;
           break;
         }
@@ -266,8 +265,8 @@ void ItemStoreFile::WriteTrailer() {
   append_end_ = 0;
   const std::uint64_t end = FileSize();
   std::array<std::uint8_t, kTrailerSize> trailer{};
-  StoreLE32(&trailer[8], count_);
-  StoreLE32(&trailer[12], kMagic);
+  StoreLE32(&trailer[kTrailerCountOffset], count_);
+  StoreLE32(&trailer[kTrailerMagicOffset], kMagic);
   Check(file_.WriteAt(end, trailer.data(), trailer.size()));
 }
 
@@ -286,10 +285,8 @@ std::uint32_t ItemStoreFile::ItemsInBlock(std::uint32_t block) const {
 }
 
 std::uint32_t ItemStoreFile::CheckedRecordSize(const Entry& entry) {
-  if (entry.length == 0 || entry.length > kMaxPayload) Throw(mis::kInvalidData);
-  const std::uint32_t size = RecordHeaderSize(entry.flags) + entry.length;
-  if (size > kMaxRecord) Throw(mis::kInvalidData);
-  return size;
+  if (!IsPlausibleEntry(entry)) Throw(mis::kInvalidData);
+  return RecordSize(entry);
 }
 
 Entry ItemStoreFile::ReadEntry(std::uint32_t block, std::uint32_t slot) const {
@@ -353,21 +350,21 @@ void ItemStoreFile::StartBlock(const ItemRecord& first_item) {
       std::uint64_t{count_} == std::uint64_t{blocks_.size() - 1} * kItemsPerBlock) {
     std::array<std::uint8_t, 8> base{};
     StoreLE64(base.data(), base_ms);
-    Check(file_.WriteAt(blocks_.back().offset + kIndexSize + 8, base.data(), base.size()));
+    Check(file_.WriteAt(blocks_.back().offset + kBlockBaseTimeOffset, base.data(), base.size()));
     blocks_.back().base_ms = base_ms;
     items_in_last_block_ = 0;
     return;
   }
   const std::uint64_t offset = FileSize();
-  static const std::vector<std::uint8_t> zeros(kIndexSize + 8, 0);
+  static const std::vector<std::uint8_t> zeros(kBlockBaseTimeOffset, 0);  // index and link
   Check(file_.WriteAt(offset, zeros.data(), zeros.size()));
   std::array<std::uint8_t, 8> base{};
   StoreLE64(base.data(), base_ms);
-  Check(file_.WriteAt(offset + kIndexSize + 8, base.data(), base.size()));
+  Check(file_.WriteAt(offset + kBlockBaseTimeOffset, base.data(), base.size()));
   if (!blocks_.empty()) {
     std::array<std::uint8_t, 8> link{};
     StoreLE64(link.data(), offset);
-    Check(file_.WriteAt(blocks_.back().offset + kIndexSize, link.data(), link.size()));
+    Check(file_.WriteAt(blocks_.back().offset + kBlockNextLinkOffset, link.data(), link.size()));
   }
   blocks_.push_back({offset, base_ms});
   items_in_last_block_ = 0;

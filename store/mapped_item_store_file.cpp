@@ -93,10 +93,8 @@ const MappedItemStoreFile::CachedBlock& MappedItemStoreFile::MapBlock(std::uint3
   if (const std::uint32_t items = ItemsInBlock(block); items > 0) {
     const std::uint8_t* index = cached.block_view.data() + (block_offset - block_start);
     const Entry last = DecodeEntry(index + std::uint64_t{items - 1} * kEntrySize);
-    const std::uint32_t header = RecordHeaderSize(last.flags);
-    const std::uint64_t last_end = records + last.offset + header + last.length;
-    if (last.length >= 1 && last.length <= kMaxPayload && header + last.length <= kMaxRecord &&
-        last_end <= mapped_size_) {
+    const std::uint64_t last_end = records + last.offset + RecordSize(last);
+    if (IsPlausibleEntry(last) && last_end <= mapped_size_) {
       end = last_end;
     }
   }

@@ -24,15 +24,17 @@ IsfLayout DetectIsfLayout(const platform::File& file) {
   std::uint64_t size = 0;
   if (const std::uint32_t error = file.Size(size)) Throw(error);
   std::array<std::uint8_t, 4> bytes{};
+  // The trailer's magic is the file's last word.
+  const std::uint64_t last_word = size - (kTrailerSize - kTrailerMagicOffset);
   if (size >= kMagicSize + kTrailerSize) {
-    Read(file, size - 4, bytes.data(), 4);
+    Read(file, last_word, bytes.data(), 4);
     if (LoadLE32(bytes.data()) == kMagic) return IsfLayout::kTerminated;
   }
   if (size >= kMagicSize) {
     Read(file, 0, bytes.data(), 4);
     if (LoadLE32(bytes.data()) == kMagic) return IsfLayout::kUnterminated;
   }
-  if (size >= 8) {
+  if (size >= kOlderTrailerSize) {
     Read(file, size - 4, bytes.data(), 4);
     if (LoadLE32(bytes.data()) == kOlderTrailerMark) return IsfLayout::kOlder;
   }
