@@ -16,7 +16,7 @@ namespace quillon::cli {
 
 namespace {
 
-const char* SeverityName(std::uint32_t severity) {
+const char* SeverityName(DbSeverity severity) {
   switch (severity) {
     case kDbInformation:
       return "information";
@@ -31,7 +31,7 @@ const char* SeverityName(std::uint32_t severity) {
 class PrintingSink final : public DbMessageSink {
  public:
   explicit PrintingSink(std::ostream& out) : out_(out) {}
-  void Report(std::u16string_view text, std::uint32_t severity) override {
+  void Report(std::u16string_view text, DbSeverity severity) override {
     std::string line = ToUtf8(text);
     while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.pop_back();
     out_ << SeverityName(severity) << ": " << line << '\n';

@@ -172,7 +172,7 @@ bool Database::Load(std::u16string_view directory, bool with_descriptions) {
     users.push_back(std::move(name));
   }
   for (const std::u16string& name : users) {
-    db::Report(*sink_, 0, u"DB Found user database '%s'", {name});
+    db::Report(*sink_, DbSeverity::kInformation, u"DB Found user database '%s'", {name});
     Database user(sink_);
     ok = user.LoadTables(db::JoinDbPath(directory, name), with_descriptions) && ok;
     ok = Merge(user) && ok;

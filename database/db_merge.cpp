@@ -71,7 +71,7 @@ class Merger {
 
  private:
   void Error(std::u16string_view format, std::initializer_list<MessageArg> args) {
-    Report(sink_, 2, format, args);
+    Report(sink_, DbSeverity::kError, format, args);
     ok_ = false;
   }
 
@@ -97,7 +97,8 @@ class Merger {
     for (const auto& [id, e] : user_.enums) {
       const auto existing = names.find(e.name);
       if (existing != names.end()) {
-        Report(sink_, 1, u"DB Merge [%s] Duplicate enum '%s' detected, using existing ID %u",
+        Report(sink_, DbSeverity::kWarning,
+               u"DB Merge [%s] Duplicate enum '%s' detected, using existing ID %u",
                {display, e.name, existing->second});
         enums_[id] = existing->second;
         continue;
@@ -129,7 +130,7 @@ class Merger {
       MarkDescription(copy.description_id);
       const auto existing = main_.enum_entries.find({target, entry.value});
       if (existing != main_.enum_entries.end()) {
-        Report(sink_, 1,
+        Report(sink_, DbSeverity::kWarning,
                u"DB Merge [%s] Duplicate enum entry '%s' detected, replacing '%s' for enum ID %u",
                {display, entry.name, existing->second.name, target});
         existing->second = std::move(copy);
@@ -253,7 +254,8 @@ class Merger {
     for (const auto& [id, c] : user_.Categories(table)) {
       const auto existing = names.find(c.name);
       if (existing != names.end()) {
-        Report(sink_, 1, u"DB Merge [%s] Duplicate category '%s' detected, using existing ID %u",
+        Report(sink_, DbSeverity::kWarning,
+               u"DB Merge [%s] Duplicate category '%s' detected, using existing ID %u",
                {display, c.name, existing->second});
         map[id] = existing->second;
         continue;
@@ -302,7 +304,8 @@ class Merger {
       }
       const auto existing = target.find(key);
       if (existing != target.end()) {
-        Report(sink_, 1, u"DB Merge [%s] Duplicate item '%s' detected, replacing '%s'",
+        Report(sink_, DbSeverity::kWarning,
+               u"DB Merge [%s] Duplicate item '%s' detected, replacing '%s'",
                {display, item.name, existing->second.name});
         existing->second = std::move(copy);
       } else {

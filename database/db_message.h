@@ -40,7 +40,9 @@ inline std::u16string_view DisplayOrUnknown(std::u16string_view display) {
   return display.empty() ? std::u16string_view(u"?") : display;
 }
 
-inline void Report(DbMessageSink& sink, std::uint32_t severity, std::u16string_view format,
+// Formats and reports one message; `severity` is a DbSeverity, never a bare
+// number.
+inline void Report(DbMessageSink& sink, DbSeverity severity, std::u16string_view format,
                    std::initializer_list<MessageArg> args) {
   sink.Report(FormatMessage(format, args), severity);
 }

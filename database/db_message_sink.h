@@ -10,22 +10,29 @@
 
 namespace quillon {
 
-enum DbSeverity : std::uint32_t {
-  kDbInformation = 0,
-  kDbWarning = 1,
-  kDbError = 2,
+// How serious a reported message is; ordered, so "at least a warning" is a
+// comparison.
+enum class DbSeverity : std::uint32_t {
+  kInformation = 0,
+  kWarning = 1,
+  kError = 2,
 };
+// The older unscoped names.
+inline constexpr DbSeverity kDbInformation = DbSeverity::kInformation;
+inline constexpr DbSeverity kDbWarning = DbSeverity::kWarning;
+inline constexpr DbSeverity kDbError = DbSeverity::kError;
 
 class DbMessageSink {
  public:
   virtual ~DbMessageSink() = default;
-  virtual void Report(std::u16string_view text, std::uint32_t severity) = 0;
+  // Called once per message, in the order found; must not throw.
+  virtual void Report(std::u16string_view text, DbSeverity severity) = 0;
 };
 
 // Drops every message.
 class NullDbMessageSink final : public DbMessageSink {
  public:
-  void Report(std::u16string_view, std::uint32_t) override {}
+  void Report(std::u16string_view, DbSeverity) override {}
 };
 
 // Keeps every message in order (tools and tests).
@@ -33,14 +40,14 @@ class DbMessageList final : public DbMessageSink {
  public:
   struct Message {
     std::u16string text;
-    std::uint32_t severity = 0;
+    DbSeverity severity = DbSeverity::kInformation;
   };
 
-  void Report(std::u16string_view text, std::uint32_t severity) override {
+  void Report(std::u16string_view text, DbSeverity severity) override {
     messages_.push_back({std::u16string(text), severity});
   }
   const std::vector<Message>& Messages() const { return messages_; }
-  std::size_t CountAtLeast(std::uint32_t severity) const {
+  std::size_t CountAtLeast(DbSeverity severity) const {
     std::size_t n = 0;
     for (const auto& m : messages_) n += m.severity >= severity ? 1 : 0;
     return n;

@@ -34,10 +34,12 @@ bool LoadTableLines(TextReader& reader, std::u16string_view display, DbMessageSi
       case LineOutcome::kInserted:
         break;
       case LineOutcome::kDuplicate:
-        Report(sink, 1, u"DB [%s] Duplicate key, line %u (%s)", {display, number, line});
+        Report(sink, DbSeverity::kWarning, u"DB [%s] Duplicate key, line %u (%s)",
+               {display, number, line});
         break;
       case LineOutcome::kFailed:
-        Report(sink, 2, u"DB [%s] Parsing error, line %u (%s)", {display, number, line});
+        Report(sink, DbSeverity::kError, u"DB [%s] Parsing error, line %u (%s)",
+               {display, number, line});
         ok = false;
         break;
     }
@@ -54,7 +56,7 @@ bool LoadTableFile(std::u16string_view path, std::u16string_view display, DbMess
                    Handler&& handle) {
   display = DisplayOrUnknown(display);
   if (path.empty()) {
-    Report(sink, 2, u"DB [%s] Invalid file name", {display});
+    Report(sink, DbSeverity::kError, u"DB [%s] Invalid file name", {display});
     return false;
   }
   TextReader reader;
@@ -85,7 +87,7 @@ bool WriteTableFile(std::u16string_view path, std::u16string_view display, DbMes
                     const Map& map, Formatter&& format) {
   display = DisplayOrUnknown(display);
   if (path.empty()) {
-    Report(sink, 2, u"DB [%s] Invalid file name", {display});
+    Report(sink, DbSeverity::kError, u"DB [%s] Invalid file name", {display});
     return false;
   }
   // The file is created before any record is formatted: a file that cannot
@@ -100,7 +102,7 @@ bool WriteTableFile(std::u16string_view path, std::u16string_view display, DbMes
     if (format(entry.second, line)) {
       writer.AddLine(line);
     } else {
-      Report(sink, 2, u"DB [%s] Conversion error, line %u", {display, position});
+      Report(sink, DbSeverity::kError, u"DB [%s] Conversion error, line %u", {display, position});
       ok = false;
     }
     ++position;

@@ -22,59 +22,66 @@ bool CheckSpecifier(const StructRow& row, const StructCheckState& state, DbMessa
   switch (row.repetition) {
     case kRepeatCountField:
       if (row.specifier.empty()) {
-        Report(sink, 2, u"DB [%s] Missing array specifier, struct ID %u", {kStruct, sid});
+        Report(sink, DbSeverity::kError, u"DB [%s] Missing array specifier, struct ID %u",
+               {kStruct, sid});
         return false;
       }
       if (!Seen(state, row_spec.field_id)) {
-        Report(sink, 2, u"DB [%s] Invalid array specifier, struct ID %u, ID %u",
+        Report(sink, DbSeverity::kError, u"DB [%s] Invalid array specifier, struct ID %u, ID %u",
                {kStruct, sid, row_spec.field_id});
         return false;
       }
       return true;
     case kRepeatRange:
       if (row.specifier.empty()) {
-        Report(sink, 2, u"DB [%s] Missing array specifier, struct ID %u", {kStruct, sid});
+        Report(sink, DbSeverity::kError, u"DB [%s] Missing array specifier, struct ID %u",
+               {kStruct, sid});
         return false;
       }
       if (!row_spec.valid) {
-        Report(sink, 2, u"DB [%s] Invalid array specifier, struct ID %u, %s",
+        Report(sink, DbSeverity::kError, u"DB [%s] Invalid array specifier, struct ID %u, %s",
                {kStruct, sid, row.specifier});
         return false;
       }
       if (!Seen(state, row_spec.field_id) || !Seen(state, row_spec.field_id2)) {
-        Report(sink, 2, u"DB [%s] Invalid array specifier, struct ID %u, IDs %u %u",
+        Report(sink, DbSeverity::kError,
+               u"DB [%s] Invalid array specifier, struct ID %u, IDs %u %u",
                {kStruct, sid, row_spec.field_id, row_spec.field_id2});
         return false;
       }
       return true;
     case kRepeatOptional:
       if (row.specifier.empty()) {
-        Report(sink, 2, u"DB [%s] Missing optional specifier, struct ID %u", {kStruct, sid});
+        Report(sink, DbSeverity::kError, u"DB [%s] Missing optional specifier, struct ID %u",
+               {kStruct, sid});
         return false;
       }
       if (!row_spec.valid) {
-        Report(sink, 2, u"DB [%s] Invalid optional specifier, struct ID %u, %s",
+        Report(sink, DbSeverity::kError, u"DB [%s] Invalid optional specifier, struct ID %u, %s",
                {kStruct, sid, row.specifier});
         return false;
       }
       if (!Seen(state, row_spec.field_id)) {
-        Report(sink, 2, u"DB [%s] Invalid optional specifier, struct ID %u, unknown field ID %u/%s",
+        Report(sink, DbSeverity::kError,
+               u"DB [%s] Invalid optional specifier, struct ID %u, unknown field ID %u/%s",
                {kStruct, sid, row_spec.field_id, row.specifier});
         return false;
       }
       return true;
     case kRepeatComputed:
       if (row.specifier.empty()) {
-        Report(sink, 2, u"DB [%s] Missing array specifier, struct ID %u", {kStruct, sid});
+        Report(sink, DbSeverity::kError, u"DB [%s] Missing array specifier, struct ID %u",
+               {kStruct, sid});
         return false;
       }
       if (!row_spec.valid) {
-        Report(sink, 2, u"DB [%s] Invalid array specifier, struct ID %u, %s",
+        Report(sink, DbSeverity::kError, u"DB [%s] Invalid array specifier, struct ID %u, %s",
                {kStruct, sid, row.specifier});
         return false;
       }
       if (!Seen(state, row_spec.field_id)) {
-        Report(sink, 2, u"DB [%s] Invalid array specifier, struct ID %u, unknown field ID %u/%s",
+        Report(sink, DbSeverity::kError,
+               u"DB [%s] Invalid array specifier, struct ID %u, unknown field ID %u/%s",
                {kStruct, sid, row_spec.field_id, row.specifier});
         return false;
       }
@@ -94,12 +101,14 @@ char16_t FoldChar(char16_t c) {
 bool CheckDescriptionId(std::int32_t& id, const DbTables& t, std::u16string_view display,
                         DbMessageSink& sink) {
   if (id < kDbNone || (id >= 0 && static_cast<std::uint32_t>(id) >= kDbDescriptionMark)) {
-    Report(sink, 2, u"DB [%s] Invalid description ID detected %d, resetting to -1", {display, id});
+    Report(sink, DbSeverity::kError, u"DB [%s] Invalid description ID detected %d, resetting to -1",
+           {display, id});
     id = kDbNone;
     return false;
   }
   if (id != kDbNone && t.descriptions.count(static_cast<std::uint32_t>(id)) == 0) {
-    Report(sink, 2, u"DB [%s] Invalid description ID specified %d, resetting to -1", {display, id});
+    Report(sink, DbSeverity::kError,
+           u"DB [%s] Invalid description ID specified %d, resetting to -1", {display, id});
     id = kDbNone;
     return false;
   }
@@ -126,18 +135,19 @@ std::u16string DiagKeyText(const DiagEntity& e) {
 bool CheckStructure(const DbTables& t, std::uint32_t struct_id, std::uint32_t depth,
                     StructCheckState& state, DbMessageSink& sink) {
   if (depth >= kMaxStructDepth || state.budget == 0) {
-    Report(sink, 2, u"DB [%s] Max depth exceeded, possible loop, struct ID %u",
+    Report(sink, DbSeverity::kError, u"DB [%s] Max depth exceeded, possible loop, struct ID %u",
            {kStruct, struct_id});
     return false;
   }
   auto it = t.structs.find({struct_id, 0});
   if (it == t.structs.end()) {
-    Report(sink, 2, u"DB [%s] Missing initial fragment, struct ID %u", {kStruct, struct_id});
+    Report(sink, DbSeverity::kError, u"DB [%s] Missing initial fragment, struct ID %u",
+           {kStruct, struct_id});
     return false;
   }
   for (; it != t.structs.end() && it->first.first == struct_id; ++it) {
     if (state.budget == 0) {
-      Report(sink, 2, u"DB [%s] Max depth exceeded, possible loop, struct ID %u",
+      Report(sink, DbSeverity::kError, u"DB [%s] Max depth exceeded, possible loop, struct ID %u",
              {kStruct, struct_id});
       return false;
     }
@@ -148,7 +158,7 @@ bool CheckStructure(const DbTables& t, std::uint32_t struct_id, std::uint32_t de
       case kMemberField: {
         const auto field = t.fields.find(row.reference);
         if (field == t.fields.end()) {
-          Report(sink, 2, u"DB [%s] Invalid field, struct ID %u, ID %u",
+          Report(sink, DbSeverity::kError, u"DB [%s] Invalid field, struct ID %u, ID %u",
                  {kStruct, struct_id, row.reference});
           return false;
         }
@@ -156,7 +166,8 @@ bool CheckStructure(const DbTables& t, std::uint32_t struct_id, std::uint32_t de
         const FieldRecord& f = field->second;
         if ((f.kind == kFieldEnumUnsigned || f.kind == kFieldEnumSigned) &&
             t.enums.count(f.type) == 0) {
-          Report(sink, 1, u"DB [%s] Invalid enumeration ID, field ID %u, enum ID %u",
+          Report(sink, DbSeverity::kWarning,
+                 u"DB [%s] Invalid enumeration ID, field ID %u, enum ID %u",
                  {kStruct, f.id, f.type});
         }
         break;
@@ -167,7 +178,7 @@ bool CheckStructure(const DbTables& t, std::uint32_t struct_id, std::uint32_t de
       case kMemberPadBits:
       case kMemberPadBytes:
         if (!Seen(state, row.reference)) {
-          Report(sink, 2, u"DB [%s] Invalid pad, struct ID %u, field ID %u",
+          Report(sink, DbSeverity::kError, u"DB [%s] Invalid pad, struct ID %u, field ID %u",
                  {kStruct, struct_id, row.reference});
           return false;
         }
@@ -187,7 +198,7 @@ bool CheckDiagEntities(DbTables& t, DbMessageSink& sink) {
       state.seen.clear();
       state.budget = kStructCheckBudget;
       if (!CheckStructure(t, static_cast<std::uint32_t>(entity.struct_id), 0, state, sink)) {
-        Report(sink, 2, u"DB [%s] Invalid struct %s, ID %d",
+        Report(sink, DbSeverity::kError, u"DB [%s] Invalid struct %s, ID %d",
                {kStruct, DiagKeyText(entity), entity.struct_id});
         entity.struct_id = kDbNone;
         ok = false;
@@ -195,7 +206,7 @@ bool CheckDiagEntities(DbTables& t, DbMessageSink& sink) {
     }
     if (entity.format_id != kDbNone &&
         t.formats.count(static_cast<std::uint32_t>(entity.format_id)) == 0) {
-      Report(sink, 2, u"DB [%s] Invalid format specifier %s, ID %d\n",
+      Report(sink, DbSeverity::kError, u"DB [%s] Invalid format specifier %s, ID %d\n",
              {kStruct, DiagKeyText(entity), entity.format_id});
       entity.format_id = kDbNone;
       ok = false;
@@ -209,7 +220,7 @@ bool CheckDiagEntityNames(const DbTables& t, DbMessageSink& sink) {
   std::unordered_set<std::u16string> names;
   for (const auto& [key, entity] : t.diag) {
     if (!names.insert(FoldCase(entity.name)).second) {
-      Report(sink, 2, u"DB [%s] Duplicate DIAG entity (by name) detected '%s'",
+      Report(sink, DbSeverity::kError, u"DB [%s] Duplicate DIAG entity (by name) detected '%s'",
              {kDiagTable.display, entity.name});
       ok = false;
     }
@@ -231,17 +242,18 @@ bool CheckEnums(const DbTables& t, DbMessageSink& sink,
     for (; it != t.enum_entries.end() && it->first.first == enum_id; ++it) {
       const EnumEntryRecord& e = it->second;
       if (!values.emplace(e.value, &e.name).second) {
-        Report(sink, 2, u"DB [%s] Duplicate enum entries detected '%s', %d",
+        Report(sink, DbSeverity::kError, u"DB [%s] Duplicate enum entries detected '%s', %d",
                {kEnumEntryTable.display, e.name, e.value});
         ok = false;
       }
     }
     const auto found = t.enums.find(enum_id);
     if (found == t.enums.end()) {
-      Report(sink, 2, u"DB [%s] Missing enum ID detected %u", {kEnumEntryTable.display, enum_id});
+      Report(sink, DbSeverity::kError, u"DB [%s] Missing enum ID detected %u",
+             {kEnumEntryTable.display, enum_id});
       ok = false;
     } else if (!names.emplace(found->second.name, enum_id).second) {
-      Report(sink, 2, u"DB [%s] Duplicate enum (by name) detected '%s'",
+      Report(sink, DbSeverity::kError, u"DB [%s] Duplicate enum (by name) detected '%s'",
              {kEnumTable.display, found->second.name});
       ok = false;
     }
@@ -254,7 +266,7 @@ bool CheckEventNames(const DbTables& t, DbMessageSink& sink) {
   std::unordered_set<std::u16string> names;
   for (const auto& [key, event] : t.Items(DbItemTable::kEvent)) {
     if (!names.insert(FoldCase(event.name)).second) {
-      Report(sink, 2, u"DB [%s] Duplicate event (by name) detected '%s'",
+      Report(sink, DbSeverity::kError, u"DB [%s] Duplicate event (by name) detected '%s'",
              {ItemTableName(DbItemTable::kEvent).display, event.name});
       ok = false;
     }
@@ -268,7 +280,7 @@ bool CheckCategoryTree(DbTables& t, DbItemTable table, DbMessageSink& sink) {
   const std::u16string_view display = CategoryTableName(table).display;
   for (auto& [id, cat] : cats) {
     if (cat.parent_id != kDbNone && cats.count(static_cast<std::uint32_t>(cat.parent_id)) == 0) {
-      Report(sink, 2, u"DB [%s] Missing ID, parent ID %u",
+      Report(sink, DbSeverity::kError, u"DB [%s] Missing ID, parent ID %u",
              {display, static_cast<std::uint32_t>(cat.parent_id)});
       cat.parent_id = kDbNone;
       ok = false;
@@ -294,7 +306,7 @@ bool CheckCategoryTree(DbTables& t, DbItemTable table, DbMessageSink& sink) {
       parent = next == cats.end() ? kDbNone : next->second.parent_id;
     }
     if (looped) {
-      Report(sink, 2, u"DB [%s] Loop in category, parent ID %u",
+      Report(sink, DbSeverity::kError, u"DB [%s] Loop in category, parent ID %u",
              {display, static_cast<std::uint32_t>(cat.parent_id)});
       cat.parent_id = kDbNone;
       good.insert(id);
@@ -308,7 +320,7 @@ bool CheckCategoryTree(DbTables& t, DbItemTable table, DbMessageSink& sink) {
     bool changed = false;
     for (std::int32_t& ref : item.categories) {
       if (ref != kDbNone && cats.count(static_cast<std::uint32_t>(ref)) == 0) {
-        Report(sink, 2, u"DB [%s] Missing ID, category ID %u, reference %s",
+        Report(sink, DbSeverity::kError, u"DB [%s] Missing ID, category ID %u, reference %s",
                {item_display, static_cast<std::uint32_t>(ref), item.name});
         ref = kDbNone;
         changed = true;

@@ -89,7 +89,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   // failed may leave references for the reload's checks to repair.
   bool merge_failed = false;
   for (const auto& m : messages.Messages()) {
-    merge_failed = merge_failed || (m.severity == 2 && m.text.starts_with(u"DB Merge ["));
+    merge_failed =
+        merge_failed || (m.severity == DbSeverity::kError && m.text.starts_with(u"DB Merge ["));
   }
   const fs::path saved = root / "saved.";
   if (!merge_failed && db.Save(saved.u16string())) {

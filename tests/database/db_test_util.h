@@ -96,11 +96,11 @@ inline void WriteEmptyTables(const fs::path& dir) {
 inline std::string Dump(const DbMessageList& list) {
   std::string out;
   for (const auto& m : list.Messages())
-    out += std::to_string(m.severity) + ": " + Narrow(m.text) + "\n";
+    out += std::to_string(static_cast<std::uint32_t>(m.severity)) + ": " + Narrow(m.text) + "\n";
   return out;
 }
 
-inline bool Has(const DbMessageList& list, const std::u16string& text, std::uint32_t severity) {
+inline bool Has(const DbMessageList& list, const std::u16string& text, DbSeverity severity) {
   for (const auto& m : list.Messages()) {
     if (m.text == text && m.severity == severity) return true;
   }
@@ -110,7 +110,7 @@ inline bool Has(const DbMessageList& list, const std::u16string& text, std::uint
 // Each text reported with the severity, for failure output the whole list.
 inline void ExpectMessages(const DbMessageList& list,
                            std::initializer_list<std::u16string_view> texts,
-                           std::uint32_t severity = 2) {
+                           DbSeverity severity = DbSeverity::kError) {
   for (const auto text : texts) {
     EXPECT_TRUE(Has(list, std::u16string(text), severity)) << Narrow(text) << "\n" << Dump(list);
   }

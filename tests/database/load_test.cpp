@@ -71,10 +71,10 @@ TEST(DbTableLoad, MessagesAndLineNumbers) {
   DbMessageList messages;
   Database db(&messages);
   EXPECT_FALSE(db.LoadTables(dir.u16(), false));
-  EXPECT_TRUE(Has(messages, u"DB [Field] Parsing error, line 0 (^^^)", 2))
+  EXPECT_TRUE(Has(messages, u"DB [Field] Parsing error, line 0 (^^^)", kDbError))
       << dbtest::Dump(messages);
-  EXPECT_TRUE(Has(messages, u"DB [Field] Duplicate key, line 3 (1^\"b\"^16^0^4^0)", 1));
-  EXPECT_TRUE(Has(messages, u"DB [Field] Parsing error, line 4 (2^ \"c\"^8^0^2^0)", 2));
+  EXPECT_TRUE(Has(messages, u"DB [Field] Duplicate key, line 3 (1^\"b\"^16^0^4^0)", kDbWarning));
+  EXPECT_TRUE(Has(messages, u"DB [Field] Parsing error, line 4 (2^ \"c\"^8^0^2^0)", kDbError));
   EXPECT_EQ(messages.Messages().size(), 3u) << dbtest::Dump(messages);
   ASSERT_NE(db.FindField(1), nullptr);
   EXPECT_EQ(db.FindField(1)->name, u"b");  // the later line wins
@@ -93,8 +93,8 @@ TEST(DbTableLoad, DuplicateKeyWarnsWithoutFailingButDiagKeysRepeat) {
   DbMessageList messages;
   Database db(&messages);
   EXPECT_TRUE(db.LoadTables(dir.u16(), false)) << dbtest::Dump(messages);
-  EXPECT_EQ(messages.CountAtLeast(2), 0u);
-  EXPECT_EQ(messages.CountAtLeast(1), 1u);  // the event's duplicate key only
+  EXPECT_EQ(messages.CountAtLeast(kDbError), 0u);
+  EXPECT_EQ(messages.CountAtLeast(kDbWarning), 1u);  // the event's duplicate key only
   EXPECT_EQ(db.FindEvent(1)->name, u"B");
   // Diag rows with equal code lists are all kept; a name picks between them.
   EXPECT_EQ(db.Tables().diag.size(), 2u);
@@ -112,9 +112,9 @@ TEST(DbTableLoad, EmptyFileNameAndMissingFile) {
     return db::LineOutcome::kInserted;
   };
   EXPECT_FALSE(db::LoadTableFile(u"", u"Field", messages, handler));
-  EXPECT_TRUE(Has(messages, u"DB [Field] Invalid file name", 2));
+  EXPECT_TRUE(Has(messages, u"DB [Field] Invalid file name", kDbError));
   EXPECT_FALSE(db::LoadTableFile(u"", u"", messages, handler));
-  EXPECT_TRUE(Has(messages, u"DB [?] Invalid file name", 2));
+  EXPECT_TRUE(Has(messages, u"DB [?] Invalid file name", kDbError));
   messages.Clear();
   TempDir dir;
   EXPECT_FALSE(
@@ -132,7 +132,8 @@ TEST(DbTableWrite, BomCrLfBetweenLinesAndConversionErrors) {
   DbMessageList messages;
   const auto path = (dir.path() / "Field.txt").u16string();
   EXPECT_FALSE(db::WriteTableFile(path, u"Field", messages, fields, db::FormatFieldLine));
-  EXPECT_TRUE(Has(messages, u"DB [Field] Conversion error, line 1", 2)) << dbtest::Dump(messages);
+  EXPECT_TRUE(Has(messages, u"DB [Field] Conversion error, line 1", kDbError))
+      << dbtest::Dump(messages);
   std::string expected = "\xFF\xFE";
   for (const char c : std::string("1^\"a\"^8^0^2^0^-1^0\r\n3^\"c\"^8^0^2^1^-1^1")) {
     expected.push_back(c);
@@ -140,7 +141,7 @@ TEST(DbTableWrite, BomCrLfBetweenLinesAndConversionErrors) {
   }
   EXPECT_EQ(dbtest::ReadBytes(dir.path() / "Field.txt"), expected);
   EXPECT_FALSE(db::WriteTableFile(u"", u"Field", messages, fields, db::FormatFieldLine));
-  EXPECT_TRUE(Has(messages, u"DB [Field] Invalid file name", 2));
+  EXPECT_TRUE(Has(messages, u"DB [Field] Invalid file name", kDbError));
 }
 
 TEST(DbTableWrite, FileThatCannotBeCreatedFailsWithoutAMessage) {

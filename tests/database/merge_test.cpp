@@ -67,19 +67,20 @@ TEST_F(MergeTest, RenumbersMapsAndReports) {
   EXPECT_FALSE(db_.Load(dir_.u16(), true));
   const std::string dump = dbtest::Dump(messages_);
   dbtest::ExpectMessages(messages_,
-                         {u"DB Found user database 'userA'", u"DB Found user database 'userB'"}, 0);
+                         {u"DB Found user database 'userA'", u"DB Found user database 'userB'"},
+                         kDbInformation);
   // Some file systems (Windows) drop a trailing full stop from a new
   // directory's name; the rule can only be seen where the name survives.
   const bool dot_survives =
       dbtest::fs::exists(dir_.path() / "skip.") && !dbtest::fs::exists(dir_.path() / "skip");
   if (dot_survives) {
-    EXPECT_FALSE(Has(messages_, u"DB Found user database 'skip.'", 0));
+    EXPECT_FALSE(Has(messages_, u"DB Found user database 'skip.'", kDbInformation));
   }
   dbtest::ExpectMessages(messages_,
                          {u"DB Merge [Enum] Duplicate enum 'Colours' detected, using existing ID 1",
                           u"DB Merge [Enum Entry] Duplicate enum entry 'GREEN' detected, replacing "
                           u"'green' for enum ID 1"},
-                         1);
+                         kDbWarning);
   dbtest::ExpectMessages(
       messages_,
       {u"DB Merge [Diag] Duplicate DIAG entity 'main log' detected, using existing entity"});
@@ -87,15 +88,17 @@ TEST_F(MergeTest, RenumbersMapsAndReports) {
       messages_,
       {u"DB Merge [Log Category] Duplicate category 'Power' detected, using existing ID 1",
        u"DB Merge [Log Item] Duplicate item 'User A' detected, replacing 'Main A'"},
-      1);
+      kDbWarning);
   // Whichever user database came last holds the key, with one warning.
   if (AFirst()) {
     dbtest::ExpectMessages(
-        messages_, {u"DB Merge [Log Item] Duplicate item 'New B' detected, replacing 'New'"}, 1);
+        messages_, {u"DB Merge [Log Item] Duplicate item 'New B' detected, replacing 'New'"},
+        kDbWarning);
     EXPECT_EQ(db_.FindLogItem(0x2000)->name, u"New B");
   } else {
     dbtest::ExpectMessages(
-        messages_, {u"DB Merge [Log Item] Duplicate item 'New' detected, replacing 'New B'"}, 1);
+        messages_, {u"DB Merge [Log Item] Duplicate item 'New' detected, replacing 'New B'"},
+        kDbWarning);
     EXPECT_EQ(db_.FindLogItem(0x2000)->name, u"New");
   }
   dbtest::ExpectMessages(

@@ -23,7 +23,7 @@ class ValidationTest : public ::testing::Test {
   }
   std::string Dump() const { return dbtest::Dump(messages_); }
   void ExpectMessages(std::initializer_list<std::u16string_view> texts,
-                      std::uint32_t severity = 2) {
+                      DbSeverity severity = DbSeverity::kError) {
     dbtest::ExpectMessages(messages_, texts, severity);
   }
 
@@ -100,7 +100,7 @@ TEST_F(ValidationTest, ArraySpecifierMayNameOnlyEarlierFields) {
                       "12^1^0^2^\"\"^-1^0^\"\"\n"},
                      {"Diag.txt", "5^\"1\"^\"Good\"^10^-1\n5^\"2\"^\"Bad\"^12^-1\n"}}));
   ExpectMessages({u"DB [Struct] Invalid array specifier, struct ID 12, ID 2"});
-  EXPECT_EQ(messages_.CountAtLeast(2), 2u) << Dump();
+  EXPECT_EQ(messages_.CountAtLeast(kDbError), 2u) << Dump();
   EXPECT_EQ(db_.FindDiagEntity({5, 1})->struct_id, 10);
   EXPECT_EQ(db_.FindDiagEntity({5, 2})->struct_id, -1);
 }
@@ -164,10 +164,10 @@ TEST_F(ValidationTest, MissingSpecifiersFromEditedTables) {
   }
   DbMessageList messages;
   EXPECT_FALSE(db::CheckDiagEntities(t, messages));
-  EXPECT_TRUE(Has(messages, u"DB [Struct] Missing array specifier, struct ID 1", 2));
-  EXPECT_TRUE(Has(messages, u"DB [Struct] Missing array specifier, struct ID 2", 2));
-  EXPECT_TRUE(Has(messages, u"DB [Struct] Missing optional specifier, struct ID 3", 2));
-  EXPECT_TRUE(Has(messages, u"DB [Struct] Missing array specifier, struct ID 4", 2));
+  EXPECT_TRUE(Has(messages, u"DB [Struct] Missing array specifier, struct ID 1", kDbError));
+  EXPECT_TRUE(Has(messages, u"DB [Struct] Missing array specifier, struct ID 2", kDbError));
+  EXPECT_TRUE(Has(messages, u"DB [Struct] Missing optional specifier, struct ID 3", kDbError));
+  EXPECT_TRUE(Has(messages, u"DB [Struct] Missing array specifier, struct ID 4", kDbError));
   for (const auto& [key, e] : t.diag) EXPECT_EQ(e.struct_id, -1);
 }
 
@@ -184,7 +184,7 @@ TEST_F(ValidationTest, FieldsPadsEnumsAndFormatSpecifiers) {
             {"FormatSpecifier.txt", "1^\"x\"^\"\"\n"}}));
   ExpectMessages({u"DB [Struct] Invalid field, struct ID 30, ID 99",
                   u"DB [Struct] Invalid pad, struct ID 31, field ID 1"});
-  ExpectMessages({u"DB [Struct] Invalid enumeration ID, field ID 5, enum ID 77"}, 1);
+  ExpectMessages({u"DB [Struct] Invalid enumeration ID, field ID 5, enum ID 77"}, kDbWarning);
   ExpectMessages({u"DB [Struct] Invalid format specifier 5,32, ID 9\n"});
   EXPECT_EQ(db_.FindDiagEntity({5, 30})->struct_id, -1);
   EXPECT_EQ(db_.FindDiagEntity({5, 31})->struct_id, -1);
@@ -204,7 +204,7 @@ TEST_F(ValidationTest, DuplicateNames) {
                   u"DB [Enum Entry] Missing enum ID detected 9"});
   EXPECT_EQ(db_.FindEnumByName(u"Colours"), std::optional<std::uint32_t>(1));
   // Enum names compare with their case.
-  EXPECT_FALSE(Has(messages_, u"DB [Enum] Duplicate enum (by name) detected 'Lonely'", 2));
+  EXPECT_FALSE(Has(messages_, u"DB [Enum] Duplicate enum (by name) detected 'Lonely'", kDbError));
   // Enums without entries are not indexed by the check.
   EXPECT_EQ(db_.FindEnumByName(u"Lonely"), std::nullopt);
 }
@@ -285,7 +285,7 @@ TEST_F(ValidationTest, MissingEnumAndUnloadedDescriptionsKeepTheLoadSuccessful) 
                     {"Diag.txt", "5^\"32\"^\"E32\"^32^-1\n"}},
                    false))
       << Dump();
-  EXPECT_EQ(messages_.CountAtLeast(1), 1u);  // the enum warning only
+  EXPECT_EQ(messages_.CountAtLeast(kDbWarning), 1u);  // the enum warning only
   EXPECT_EQ(db_.FindField(3)->description_id, 7);
   EXPECT_EQ(db_.FindDescription(7), nullptr);
 }
