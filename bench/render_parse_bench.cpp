@@ -127,7 +127,8 @@ void Parse(benchmark::State& state, bool texts_and_names) {
   for (auto _ : state) {
     const auto& bytes = f.payloads[i];
     ParsedFieldList list(*f.db, i, bytes.data(), static_cast<std::int32_t>(bytes.size()));
-    if (!list.Parse(false, texts_and_names, texts_and_names)) state.SkipWithError("walk failed");
+    if (!list.Parse({.field_strings = texts_and_names, .field_names = texts_and_names}))
+      state.SkipWithError("walk failed");
     fields += list.Count();
     benchmark::DoNotOptimize(list.Entries().data());
     i = (i + 1) % kEntities;

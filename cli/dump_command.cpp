@@ -24,7 +24,7 @@ struct DumpOptions {
 
 void PrintItem(std::uint32_t index, const ItemRecord& item) {
   std::u16string stamp;
-  item.Timestamp().AppendText(stamp, true, true);
+  item.Timestamp().AppendText(stamp, {.want_date = true, .want_milliseconds = true});
   const std::string type = ToUtf8(ItemTypeText(item.TypeCode()));
   const std::string key = ToUtf8(KeyText(item.Key()));
   std::printf("%8u  %s  %-9s  %-14s  %u\n", index, ToUtf8(stamp).c_str(), type.c_str(), key.c_str(),
@@ -37,8 +37,9 @@ void RunDump(const DumpOptions& options) {
   try {
     // Without --recover a file that was never closed is refused: recovery
     // opens it for writing and gives it a trailer when it is closed.
-    if (!store.AttachFile(OpenItemStoreFile(path, !options.recover, options.recover, nullptr), 0,
-                          {})) {
+    if (!store.AttachFile(OpenItemStoreFile(path, {.read_only = !options.recover,
+                                                   .allow_recover = options.recover}),
+                          0, {})) {
       std::fprintf(stderr, "quillon: cannot open %s\n", options.path.c_str());
       throw ExitStatus{1};
     }

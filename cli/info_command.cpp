@@ -49,7 +49,7 @@ void RunInfo(const std::string& utf8_path) {
     return;  // reading it would need recovery, which writes to the file
   }
   try {
-    const std::unique_ptr<ItemStoreFile> file = OpenItemStoreFile(path, true, false, nullptr);
+    const std::unique_ptr<ItemStoreFile> file = OpenItemStoreFile(path, {.read_only = true});
     const bool mapped = dynamic_cast<const MappedItemStoreFile*>(file.get()) != nullptr;
     std::printf("class:   %s\nitems:   %u\nblocks:  %u\ntrailer: yes\n",
                 mapped ? "MappedItemStoreFile" : "ItemStoreFile", file->GetItemCount(),

@@ -23,7 +23,8 @@ void ItemRecord::GetTexts(ItemTextRequest& request, const ItemRenderOptions& opt
       case ItemTextKind::kTimestampText:
         text.clear();
         (options.specific_timestamp ? GetSpecificTimestamp() : timestamp_)
-            .AppendText(text, options.want_date, options.want_milliseconds);
+            .AppendText(text, {.want_date = options.want_date,
+                               .want_milliseconds = options.want_milliseconds});
         break;
       default:
         // Names, summaries, buffer and key texts need services that the

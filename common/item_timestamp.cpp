@@ -41,7 +41,9 @@ double ItemTimestamp::ToAutomationDate() const {
 
 ItemTimestamp ItemTimestamp::Now() { return FromFileTime(platform::CurrentFileTime()); }
 
-void ItemTimestamp::AppendText(std::u16string& out, bool want_date, bool want_milliseconds) const {
+void ItemTimestamp::AppendText(std::u16string& out, TextOptions options) const {
+  const bool want_date = options.want_date;
+  const bool want_milliseconds = options.want_milliseconds;
   const std::uint64_t file_time = ToFileTime();
   platform::SystemTime t;
   if (file_time == 0 || !platform::FileTimeToSystemTime(file_time, t)) {

@@ -38,13 +38,17 @@ class ItemTimestamp {
   // The current system time.
   static ItemTimestamp Now();
 
-  // Appends "MM/DD/YYYY " (with want_date), "hh:mm:ss" and ".mmm" (with
-  // want_milliseconds). A zero file time or a failed calendar conversion
-  // appends "00/00/00 ", "00:00:00" and ".000" instead.
-  void AppendText(std::u16string& out, bool want_date, bool want_milliseconds) const;
-  std::u16string Text(bool want_date, bool want_milliseconds) const {
+  // What a timestamp text holds besides "hh:mm:ss".
+  struct TextOptions {
+    bool want_date = false;         // "MM/DD/YYYY " in front
+    bool want_milliseconds = true;  // ".mmm" behind
+  };
+  // Appends the text that `options` asks for. A zero file time or a failed
+  // calendar conversion appends "00/00/00 ", "00:00:00" and ".000" instead.
+  void AppendText(std::u16string& out, TextOptions options) const;
+  std::u16string Text(TextOptions options) const {
     std::u16string out;
-    AppendText(out, want_date, want_milliseconds);
+    AppendText(out, options);
     return out;
   }
 

@@ -33,7 +33,8 @@ void TryOpen(const std::filesystem::path& path, const std::string& bytes, bool r
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   }
   try {
-    auto file = quillon::OpenItemStoreFile(path.u16string(), read_only, allow_recover, nullptr);
+    auto file = quillon::OpenItemStoreFile(
+        path.u16string(), {.read_only = read_only, .allow_recover = allow_recover});
     if (file) {
       ReadAll(*file);
       file->Close();

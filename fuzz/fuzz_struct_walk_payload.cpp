@@ -42,7 +42,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto length = static_cast<std::uint32_t>(payload.size());
   ParsedFieldList list(bundled.db, entity.codes, payload.empty() ? nullptr : payload.data(), length,
                        (flags & 8) != 0 ? std::u16string_view(entity.name) : std::u16string_view());
-  list.Parse((flags & 1) != 0, (flags & 2) != 0, (flags & 4) != 0);
+  list.Parse({.summary_only = (flags & 1) != 0,
+              .field_strings = (flags & 2) != 0,
+              .field_names = (flags & 4) != 0});
   for (std::uint32_t i = 0; i < list.Count(); ++i) {
     const ParsedField& e = list.Entries()[i];
     Check(e.valid && e.definition != nullptr);
@@ -50,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     (void)list.Value(i);
     (void)list.RawText(i);
     (void)list.BitSize(i);
-    (void)list.FindByName(e.name, true, true);
+    (void)list.FindByName(e.name, {.partial = true, .wrap = true});
     (void)list.FindById(e.definition->id, false);
   }
   const std::u16string xml = FieldListXml(list);

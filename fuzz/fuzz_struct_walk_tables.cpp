@@ -113,7 +113,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     payload[i] = static_cast<std::uint8_t>(i * 37 + (i % 5 == 0 ? 0 : 1));
   }
   ParsedFieldList list(db, 1, payload.data(), static_cast<std::int32_t>(payload.size()));
-  list.Parse(false, true, true);
+  list.Parse({});
   for (std::uint32_t i = 0; i < list.Count(); ++i) {
     Check(list.BitOffset(i) <= payload.size() * 8);
     (void)list.Value(i);

@@ -58,10 +58,10 @@ const std::u16string& ParsedFieldList::EntityName() const {
   return entity_.found ? entity_.name : requested_name_;
 }
 
-bool ParsedFieldList::Parse(bool summary_only, bool field_strings, bool field_names) {
-  summary_only_ = summary_only;
-  field_strings_ = field_strings;
-  build_names_ = field_names;
+bool ParsedFieldList::Parse(const ParseOptions& options) {
+  summary_only_ = options.summary_only;
+  field_strings_ = options.field_strings;
+  build_names_ = options.field_names;
   if (!parsed_) {
     // A walk that failed before starts over: from the payload's first bit,
     // least-significant-bit first, without the entries it had read.
@@ -208,17 +208,18 @@ std::uint32_t ParsedFieldList::Find(std::uint32_t& cursor, bool wrap, Match matc
   return kNoIndex;
 }
 
-std::uint32_t ParsedFieldList::FindByName(std::u16string_view name, bool partial, bool wrap) {
-  if (partial) {
+std::uint32_t ParsedFieldList::FindByName(std::u16string_view name, FindOptions options) {
+  const bool wrap = options.wrap;
+  if (options.partial) {
     return Find(name_cursor_, wrap, [&](const ParsedField& e) { return e.name == name; });
   }
   return Find(name_cursor_, wrap, [&](const ParsedField& e) { return FullName(e.name) == name; });
 }
 
 std::uint32_t ParsedFieldList::FindByNameFrom(std::u16string_view name, std::uint32_t start,
-                                              bool partial, bool wrap) {
+                                              FindOptions options) {
   name_cursor_ = start;
-  return FindByName(name, partial, wrap);
+  return FindByName(name, options);
 }
 
 std::uint32_t ParsedFieldList::FindById(std::uint32_t field_id, bool wrap) {

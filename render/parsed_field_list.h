@@ -48,11 +48,17 @@ class ParsedFieldList : public StructWalker {
                   std::uint32_t length, std::u16string_view entity_name = {});
   ~ParsedFieldList() override;
 
-  // Stores the flags; walks unless an earlier walk succeeded (a walk that
+  // What a parse reads and keeps.
+  struct ParseOptions {
+    bool summary_only = false;  // stop early when the entity has no summary
+    bool field_strings = true;  // keep each field's value text
+    bool field_names = true;    // build each field's dotted name
+  };
+  // Stores the options; walks unless an earlier walk succeeded (a walk that
   // failed starts over from the payload's start, dropping its entries),
   // builds the summary unless an earlier build succeeded; returns the
   // walk's result.
-  virtual bool Parse(bool summary_only, bool field_strings, bool field_names);
+  virtual bool Parse(const ParseOptions& options);
   // May replace the summary's field name list and format (handoff events).
   virtual void SpecialSummary(std::u16string& field_names, std::u16string& format);
   // Builds the summary text; true when it was built or there is none.
@@ -75,12 +81,15 @@ class ParsedFieldList : public StructWalker {
   // empty without entity name).
   std::u16string Name(std::uint32_t i, bool partial) const;
 
-  // Repeating finds: each search goes on after the previous hit. With
-  // `wrap` the search continues at entry 0 after the last entry. A miss
+  // How a name is found.
+  struct FindOptions {
+    bool partial = true;  // match the partial name, not the full one
+    bool wrap = false;    // go on at entry 0 after the last entry
+  };
+  // Repeating finds: each search goes on after the previous hit. A miss
   // gives kNoIndex.
-  std::uint32_t FindByName(std::u16string_view name, bool partial, bool wrap);
-  std::uint32_t FindByNameFrom(std::u16string_view name, std::uint32_t start, bool partial,
-                               bool wrap);
+  std::uint32_t FindByName(std::u16string_view name, FindOptions options);
+  std::uint32_t FindByNameFrom(std::u16string_view name, std::uint32_t start, FindOptions options);
   std::uint32_t FindById(std::uint32_t field_id, bool wrap);
   std::uint32_t FindByIdFrom(std::uint32_t field_id, std::uint32_t start, bool wrap);
 

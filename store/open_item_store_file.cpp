@@ -41,9 +41,11 @@ IsfLayout DetectIsfLayout(const platform::File& file) {
   return IsfLayout::kUnknown;
 }
 
-std::unique_ptr<ItemStoreFile> OpenItemStoreFile(std::u16string_view path, bool read_only,
-                                                 bool allow_recover, ProgressSink* progress,
+std::unique_ptr<ItemStoreFile> OpenItemStoreFile(std::u16string_view path,
+                                                 const IsfOpenOptions& options,
                                                  const ItemDatabaseView& database) {
+  const bool read_only = options.read_only;
+  ProgressSink* const progress = options.progress;
   if (path.empty()) Throw(mis::kBadArguments);
   IsfLayout layout = IsfLayout::kUnknown;
   {
@@ -66,7 +68,7 @@ std::unique_ptr<ItemStoreFile> OpenItemStoreFile(std::u16string_view path, bool 
       return file;
     }
     case IsfLayout::kUnterminated: {
-      if (!allow_recover) Throw(mis::kInvalidData);
+      if (!options.allow_recover) Throw(mis::kInvalidData);
       auto file = std::make_unique<ItemStoreFile>(database);
       file->OpenUnterminated(path, progress);
       return file;

@@ -23,6 +23,13 @@ enum class IsfLayout {
 // with the system error code when the file cannot be read.
 IsfLayout DetectIsfLayout(const platform::File& file);
 
+// How OpenItemStoreFile opens a file.
+struct IsfOpenOptions {
+  bool read_only = true;             // no appends; terminated files are mapped
+  bool allow_recover = false;        // open a file without trailer (read-write)
+  ProgressSink* progress = nullptr;  // told about the blocks walked; may be null
+};
+
 // Opens `path`:
 //   - a terminated file: read-only opens use MappedItemStoreFile, read-write
 //     opens ItemStoreFile, then Open;
@@ -32,7 +39,7 @@ IsfLayout DetectIsfLayout(const platform::File& file);
 //   - anything else: 13. An empty path is 160; a file that cannot be opened
 //     gives the system error code.
 std::unique_ptr<ItemStoreFile> OpenItemStoreFile(
-    std::u16string_view path, bool read_only, bool allow_recover, ProgressSink* progress,
+    std::u16string_view path, const IsfOpenOptions& options,
     const ItemDatabaseView& database = NullItemDatabaseView::Instance());
 
 }  // namespace quillon

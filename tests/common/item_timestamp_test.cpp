@@ -12,7 +12,7 @@ constexpr std::uint64_t kEpoch = ItemTimestamp::kEpochFileTime;
 constexpr std::uint64_t kTick = 0x10000;
 
 std::u16string Text(std::uint64_t raw, bool date, bool ms) {
-  return ItemTimestamp(raw).Text(date, ms);
+  return ItemTimestamp(raw).Text({.want_date = date, .want_milliseconds = ms});
 }
 
 TEST(ItemTimestamp, ToFileTime) {
@@ -87,7 +87,7 @@ TEST(ItemTimestamp, Text) {
   const std::uint64_t leap_day = ItemTimestamp::FromFileTime(133536836967500000ULL).Raw();
   EXPECT_EQ(Text(leap_day, true, true), u"02/29/2024 12:34:56.750");
   std::u16string out = u"at ";
-  ItemTimestamp(0).AppendText(out, false, false);
+  ItemTimestamp(0).AppendText(out, {.want_date = false, .want_milliseconds = false});
   EXPECT_EQ(out, u"at 00:00:00");
 }
 

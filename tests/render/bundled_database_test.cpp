@@ -48,7 +48,7 @@ TEST_F(BundledDatabase, Summaries) {
   };
   for (const auto& c : cases) {
     ParsedFieldList l(*db_, c.keys, c.bytes.data(), static_cast<std::uint32_t>(c.bytes.size()));
-    EXPECT_TRUE(l.Parse(false, true, true));
+    EXPECT_TRUE(l.Parse({}));
     EXPECT_EQ(l.Summary(), c.summary);
   }
 }
@@ -66,14 +66,15 @@ TEST_F(BundledDatabase, NestedMostSignificantBitFirstHeaderOfAnIpPacket) {
                          NullItemDatabaseView::Instance());
   ASSERT_NE(item, nullptr);
   ParsedFieldList l(*db_, item.get());
-  ASSERT_TRUE(l.Parse(false, true, true));
+  ASSERT_TRUE(l.Parse({}));
   EXPECT_EQ(l.Summary(), u"IPv4 ICMP, 84 bytes");
-  const std::uint32_t ttl = l.FindByName(u"ip.ttl", true, true);
+  const std::uint32_t ttl = l.FindByName(u"ip.ttl", {.partial = true, .wrap = true});
   ASSERT_NE(ttl, kNoIndex);
   EXPECT_EQ(l.ValueText(ttl), u"64");
   EXPECT_EQ(l.BitOffset(ttl), (6u + 8u) * 8u);
   EXPECT_EQ(l.Name(ttl, false), u"Protocol Packet IP.ip.ttl");
-  EXPECT_EQ(l.FindByName(u"ip.options", true, true), kNoIndex);  // ihl 5: no options
+  EXPECT_EQ(l.FindByName(u"ip.options", {.partial = true, .wrap = true}),
+            kNoIndex);  // ihl 5: no options
 }
 
 // Every entity over random payloads of many lengths: the walk either
@@ -86,7 +87,7 @@ TEST_F(BundledDatabase, EveryEntityWalksArbitraryPayloadsSafely) {
       std::vector<std::uint8_t> bytes(length);
       for (auto& b : bytes) b = static_cast<std::uint8_t>(rng());
       ParsedFieldList l(*db_, codes, bytes.data(), length, entity.name);
-      l.Parse(false, true, true);
+      l.Parse({});
       for (const ParsedField& e : l.Entries()) {
         ASSERT_LE(e.bit_offset, length * 8);
         ASSERT_TRUE(e.valid);

@@ -96,17 +96,17 @@ TEST(ParsedFieldListItem, ItemsAreParsedOverTheirEntityPayload) {
   t.Member(100, 1).Member(100, 1).Member(200, 2);
   auto item = MakeItem(kItemDiagTx, {29, 0x34, 0x12});
   ParsedFieldList list(t.db(), item.get());
-  ASSERT_TRUE(list.Parse(false, true, true));
+  ASSERT_TRUE(list.Parse({}));
   EXPECT_EQ(list.Count(), 2u);
   EXPECT_EQ(list.ValueText(1), u"18");
   EXPECT_EQ(list.BitOffset(1), 8u);  // counted from the parsed payload
 
   ParsedFieldList named(t.db(), item.get(), u"reqwide");
   item.reset();  // the list keeps the payload alive
-  ASSERT_TRUE(named.Parse(false, true, true));
+  ASSERT_TRUE(named.Parse({}));
   EXPECT_EQ(named.ValueText(0), u"4660");
   EXPECT_EQ(named.Name(0, false), u"ReqWide.w");
-  EXPECT_FALSE(ParsedFieldList(t.db(), nullptr).Parse(false, true, true));
+  EXPECT_FALSE(ParsedFieldList(t.db(), nullptr).Parse({}));
 }
 
 TEST(ItemFieldValue, ReadsAfterTheHeaderUnlessAskedToIncludeIt) {

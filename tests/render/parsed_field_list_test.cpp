@@ -32,24 +32,25 @@ TEST(ParsedFieldList, FindWithAndWithoutWrapping) {
   ParsedFieldList& l = p.list;
   ASSERT_TRUE(p.ok);
   // With wrap: successive hits, then round again; names are case-sensitive.
-  EXPECT_EQ(l.FindByName(u"a", true, true), 0u);
-  EXPECT_EQ(l.FindByName(u"a", true, true), 2u);
-  EXPECT_EQ(l.FindByName(u"a", true, true), 0u);
-  EXPECT_EQ(l.FindByName(u"zz", true, true), kNoIndex);
-  EXPECT_EQ(l.FindByName(u"A", true, true), kNoIndex);
+  EXPECT_EQ(l.FindByName(u"a", {.partial = true, .wrap = true}), 0u);
+  EXPECT_EQ(l.FindByName(u"a", {.partial = true, .wrap = true}), 2u);
+  EXPECT_EQ(l.FindByName(u"a", {.partial = true, .wrap = true}), 0u);
+  EXPECT_EQ(l.FindByName(u"zz", {.partial = true, .wrap = true}), kNoIndex);
+  EXPECT_EQ(l.FindByName(u"A", {.partial = true, .wrap = true}), kNoIndex);
   // Without wrap: a miss after the last hit, then from the start again.
-  EXPECT_EQ(l.FindByName(u"a", true, false), 0u);
-  EXPECT_EQ(l.FindByName(u"a", true, false), 2u);
-  EXPECT_EQ(l.FindByName(u"a", true, false), kNoIndex);
-  EXPECT_EQ(l.FindByName(u"a", true, false), 0u);
-  EXPECT_EQ(l.FindByName(u"c", true, false), 3u);  // a hit on the last entry resets
-  EXPECT_EQ(l.FindByName(u"a", true, false), 0u);
+  EXPECT_EQ(l.FindByName(u"a", {.partial = true, .wrap = false}), 0u);
+  EXPECT_EQ(l.FindByName(u"a", {.partial = true, .wrap = false}), 2u);
+  EXPECT_EQ(l.FindByName(u"a", {.partial = true, .wrap = false}), kNoIndex);
+  EXPECT_EQ(l.FindByName(u"a", {.partial = true, .wrap = false}), 0u);
+  EXPECT_EQ(l.FindByName(u"c", {.partial = true, .wrap = false}),
+            3u);  // a hit on the last entry resets
+  EXPECT_EQ(l.FindByName(u"a", {.partial = true, .wrap = false}), 0u);
   // The From forms set the cursor first; a start past the end misses or wraps.
-  EXPECT_EQ(l.FindByNameFrom(u"a", 1, true, false), 2u);
-  EXPECT_EQ(l.FindByNameFrom(u"a", 3, true, false), kNoIndex);
-  EXPECT_EQ(l.FindByNameFrom(u"a", 3, true, true), 0u);
-  EXPECT_EQ(l.FindByNameFrom(u"a", 4, true, false), kNoIndex);
-  EXPECT_EQ(l.FindByNameFrom(u"b", 9, true, true), 1u);
+  EXPECT_EQ(l.FindByNameFrom(u"a", 1, {.partial = true, .wrap = false}), 2u);
+  EXPECT_EQ(l.FindByNameFrom(u"a", 3, {.partial = true, .wrap = false}), kNoIndex);
+  EXPECT_EQ(l.FindByNameFrom(u"a", 3, {.partial = true, .wrap = true}), 0u);
+  EXPECT_EQ(l.FindByNameFrom(u"a", 4, {.partial = true, .wrap = false}), kNoIndex);
+  EXPECT_EQ(l.FindByNameFrom(u"b", 9, {.partial = true, .wrap = true}), 1u);
   EXPECT_EQ(l.FindByIdFrom(1, 1, false), 2u);
   EXPECT_EQ(l.FindByIdFrom(3, 7, false), kNoIndex);
   // By ID.
@@ -60,8 +61,8 @@ TEST(ParsedFieldList, FindWithAndWithoutWrapping) {
   EXPECT_EQ(l.FindById(3, true), 3u);  // wraps round to itself
   EXPECT_EQ(l.FindById(99, true), kNoIndex);
   // Full names carry the entity name.
-  EXPECT_EQ(l.FindByName(u"Ent.b", false, true), 1u);
-  EXPECT_EQ(l.FindByName(u"b", false, true), kNoIndex);
+  EXPECT_EQ(l.FindByName(u"Ent.b", {.partial = false, .wrap = true}), 1u);
+  EXPECT_EQ(l.FindByName(u"b", {.partial = false, .wrap = true}), kNoIndex);
   EXPECT_EQ(l.Name(3, false), u"Ent.c");
   EXPECT_EQ(l.Name(3, true), u"c");
 }
@@ -94,7 +95,7 @@ TEST(ParsedFieldList, EntityResolution) {
   EXPECT_TRUE(EventParse(no_struct.db(), 1, {}).ok);
   TestDb one_key;
   one_key.Entity({4}, u"Short", kTop);
-  EXPECT_FALSE(ParsedFieldList(one_key.db(), nullptr).Parse(false, true, true));
+  EXPECT_FALSE(ParsedFieldList(one_key.db(), nullptr).Parse({}));
 
   // Of equal keys the event constructor takes the first; names choose.
   t.Entity({4, 1}, u"Second", 200);
@@ -109,22 +110,23 @@ TEST(ParsedFieldList, EntityResolution) {
 
   // Summary only, without a summary: no walk.
   ParsedFieldList l(t.db(), 1, big.data(), 1);
-  EXPECT_TRUE(l.Parse(true, false, false));
+  EXPECT_TRUE(l.Parse({.summary_only = true, .field_strings = false, .field_names = false}));
   EXPECT_EQ(l.Count(), 0u);
 }
 
 TEST(ParsedFieldList, ASecondParseRepeatsOnlyAFailedWalkFromTheStart) {
   TestDb t = Repeating();
   EventParse ok(t.db(), 1, {1, 2, 3, 4});
-  ASSERT_TRUE(ok.list.Parse(false, true, true));
+  ASSERT_TRUE(ok.list.Parse({}));
   EXPECT_EQ(ok.list.Count(), 4u);
 
   EventParse p(t.db(), 1, {1, 2, 3});
   ASSERT_FALSE(p.ok);
-  EXPECT_EQ(p.list.FindByName(u"a", true, false), 0u);
-  EXPECT_FALSE(p.list.Parse(false, true, true));
+  EXPECT_EQ(p.list.FindByName(u"a", {.partial = true, .wrap = false}), 0u);
+  EXPECT_FALSE(p.list.Parse({}));
   EXPECT_EQ(p.Dump(), u"a=1@0 b=2@8 a=3@16 FAIL");
-  EXPECT_EQ(p.list.FindByName(u"a", true, false), 0u);  // the cursors start over
+  EXPECT_EQ(p.list.FindByName(u"a", {.partial = true, .wrap = false}),
+            0u);  // the cursors start over
 }
 
 // Summaries: the argument array is made of 32-bit words, and each
@@ -205,7 +207,7 @@ TEST(ParsedFieldList, SummaryNeedsNamesAndItsFormat) {
   TestDb only = Summarised(u"u=%u", u"u");
   const auto bytes = SummaryPayload();
   ParsedFieldList l(only.db(), 1, bytes.data(), static_cast<std::int32_t>(bytes.size()));
-  EXPECT_TRUE(l.Parse(true, false, true));
+  EXPECT_TRUE(l.Parse({.summary_only = true, .field_strings = false}));
   EXPECT_EQ(l.Summary(), u"u=200");
 }
 

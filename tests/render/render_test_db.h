@@ -71,7 +71,7 @@ struct EventParse {
              bool strings = true, bool names = true)
       : bytes(std::move(payload)),
         list(db, event_id, bytes.data(), static_cast<std::int32_t>(bytes.size())) {
-    ok = list.Parse(false, strings, names);
+    ok = list.Parse({.field_strings = strings, .field_names = names});
   }
   std::vector<std::uint8_t> bytes;
   ParsedFieldList list;

@@ -16,7 +16,7 @@ TEST(FieldXml, EmptyLists) {
   EXPECT_EQ(FieldListXml(EventParse(t.db(), 1, {}).list),
             u"<Entity>\n  <Name>Ent</Name>\n</Entity>\n");
   ParsedFieldList no_entity(t.db(), nullptr);
-  no_entity.Parse(false, true, true);
+  no_entity.Parse({});
   EXPECT_EQ(FieldListXml(no_entity), u"<Entity>\n</Entity>\n");
 }
 

@@ -186,36 +186,49 @@ TEST(IsfOpen, MappedClassRefusesWriting) {
 
 TEST(IsfOpen, ChoosesTheFileClassByLayoutAndMode) {
   const auto fixture = ReadBytes(FixturePath("small.isf"));
-  auto mapped = OpenItemStoreFile(FixturePath("small.isf").u16string(), true, false, nullptr);
+  auto mapped = OpenItemStoreFile(FixturePath("small.isf").u16string(), {.read_only = true});
   EXPECT_NE(dynamic_cast<MappedItemStoreFile*>(mapped.get()), nullptr);
   EXPECT_EQ(mapped->GetItemCount(), 20u);
 
   const auto copy = FileOf(fixture);
-  auto plain = OpenItemStoreFile(copy->u16(), false, false, nullptr);
+  auto plain = OpenItemStoreFile(copy->u16(), {.read_only = false});
   EXPECT_EQ(dynamic_cast<MappedItemStoreFile*>(plain.get()), nullptr);
   EXPECT_FALSE(plain->GetFileInfo().read_only);
   plain.reset();
 
   // Without its trailer the file is only opened when recovery is allowed.
   const auto cut = FileOf({fixture.begin(), fixture.end() - 16});
-  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(cut->u16(), true, false, nullptr); }), 13u);
-  auto recovered = OpenItemStoreFile(cut->u16(), true, true, nullptr);
+  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(cut->u16(), {.read_only = true}); }), 13u);
+  auto recovered = OpenItemStoreFile(cut->u16(), {.read_only = true, .allow_recover = true});
   EXPECT_EQ(dynamic_cast<MappedItemStoreFile*>(recovered.get()), nullptr);
   EXPECT_EQ(recovered->GetItemCount(), 20u);
 
-  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(u"", true, true, nullptr); }), 160u);
+  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(u"", {.read_only = true, .allow_recover = true}); }),
+            160u);
   TempFile missing;
-  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(missing.u16(), true, true, nullptr); }), 2u);
+  EXPECT_EQ(
+      CodeOf([&] { OpenItemStoreFile(missing.u16(), {.read_only = true, .allow_recover = true}); }),
+      2u);
   EXPECT_FALSE(std::filesystem::exists(missing.path()));
 
   // The older layout is recognised by its closed mark and refused.
   std::vector<std::uint8_t> older(229384 + 8, 0);
   StoreLE32(&older[older.size() - 8], 5);
   StoreLE32(&older[older.size() - 4], isf::kOlderTrailerMark);
-  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(FileOf(older)->u16(), true, true, nullptr); }), 50u);
+  EXPECT_EQ(CodeOf([&] {
+              OpenItemStoreFile(FileOf(older)->u16(), {.read_only = true, .allow_recover = true});
+            }),
+            50u);
   older.back() = 0x7F;
-  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(FileOf(older)->u16(), true, true, nullptr); }), 13u);
-  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(FileOf({1, 2, 3})->u16(), true, true, nullptr); }), 13u);
+  EXPECT_EQ(CodeOf([&] {
+              OpenItemStoreFile(FileOf(older)->u16(), {.read_only = true, .allow_recover = true});
+            }),
+            13u);
+  EXPECT_EQ(
+      CodeOf([&] {
+        OpenItemStoreFile(FileOf({1, 2, 3})->u16(), {.read_only = true, .allow_recover = true});
+      }),
+      13u);
 }
 
 // A closed file with `items` small items.
