@@ -13,12 +13,10 @@ namespace quillon::cli {
 std::u16string PathArgument(std::string_view utf8);
 std::string ToUtf8(std::u16string_view text);
 
-// A short explanation of an error code of the item store file classes.
-std::string_view DescribeStoreError(std::uint32_t code);
-
-// Prints "quillon: <what> <path>: <explanation> (error N, category C)" to
-// stderr. Returns the exit status to use (1).
-int ReportFailure(std::string_view what, std::string_view path, const cMISException& error);
+// Prints "quillon: " and the error's own text to stderr; an error that names
+// no operation is given `operation` ("cannot open x.isf"). Returns the exit
+// status to use (1).
+int ReportFailure(const cMISException& error, std::string_view operation);
 
 // Thrown by a subcommand callback to end the program with `status`.
 struct ExitStatus {

@@ -44,7 +44,7 @@ void RunDump(const DumpOptions& options) {
       throw ExitStatus{1};
     }
   } catch (const cMISException& error) {
-    throw ExitStatus{ReportFailure("cannot open", options.path, error)};
+    throw ExitStatus{ReportFailure(error, "cannot open " + options.path)};
   }
   const std::uint32_t total = store.GetItemCount();
   std::uint32_t index = options.first;
@@ -55,7 +55,7 @@ void RunDump(const DumpOptions& options) {
   } catch (const cMISException& error) {
     std::fflush(stdout);
     throw ExitStatus{
-        ReportFailure("cannot read item " + std::to_string(index) + " of", options.path, error)};
+        ReportFailure(error, "cannot read item " + std::to_string(index) + " of " + options.path)};
   }
 }
 

@@ -31,7 +31,8 @@ void RunInfo(const std::string& utf8_path) {
   platform::File look;
   if (const std::uint32_t error =
           look.Open(path, platform::FileAccess::kRead, platform::FileDisposition::kOpenExisting)) {
-    throw ExitStatus{ReportFailure("cannot open", utf8_path, cMISException(0, error))};
+    throw ExitStatus{
+        ReportFailure(cMISException(kMisCategorySystem, error), "cannot open " + utf8_path)};
   }
   std::uint64_t size = 0;
   IsfLayout layout = IsfLayout::kUnknown;
@@ -39,7 +40,7 @@ void RunInfo(const std::string& utf8_path) {
     if (const std::uint32_t error = look.Size(size)) throw cMISException(0, error);
     layout = DetectIsfLayout(look);
   } catch (const cMISException& error) {
-    throw ExitStatus{ReportFailure("cannot read", utf8_path, error)};
+    throw ExitStatus{ReportFailure(error, "cannot read " + utf8_path)};
   }
   look.Close();
   std::printf("file:    %s\nsize:    %llu bytes\nlayout:  %s\n", utf8_path.c_str(),
@@ -55,7 +56,7 @@ void RunInfo(const std::string& utf8_path) {
                 mapped ? "MappedItemStoreFile" : "ItemStoreFile", file->GetItemCount(),
                 file->GetBlockCount());
   } catch (const cMISException& error) {
-    throw ExitStatus{ReportFailure("cannot open", utf8_path, error)};
+    throw ExitStatus{ReportFailure(error, "cannot open " + utf8_path)};
   }
 }
 

@@ -30,7 +30,7 @@ void RunSample(const std::string& utf8_path) {
     file.Close();
     std::printf("wrote %u items to %s\n", count, utf8_path.c_str());
   } catch (const cMISException& error) {
-    throw ExitStatus{ReportFailure("cannot write", utf8_path, error)};
+    throw ExitStatus{ReportFailure(error, "cannot write " + utf8_path)};
   }
 }
 

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "common/mis_exception.h"
+#include "common/number_text.h"
 #include "store/isf_paths.h"
 #include "store/item_factory.h"
 
@@ -35,6 +36,28 @@ ItemStoreFile::~ItemStoreFile() {
 }
 
 void ItemStoreFile::Throw(std::uint32_t code) { throw cMISException(kMisCategorySystem, code); }
+
+std::u16string ItemStoreFile::OperationText(std::u16string_view action, std::u16string_view path) {
+  std::u16string text = u"cannot ";
+  text.append(action).append(u" ").append(path);
+  return text;
+}
+
+std::u16string ItemStoreFile::ItemOperationText(std::u16string_view action, std::uint32_t index,
+                                                std::u16string_view preposition,
+                                                std::u16string_view path) {
+  std::u16string text = u"cannot ";
+  text.append(action).append(u" item ");
+  AppendDecimal(text, index);
+  text.append(u" ").append(preposition).append(u" ").append(path);
+  return text;
+}
+
+void ItemStoreFile::ThrowReadOnlyAppend() const {
+  throw cMISException(kMisCategorySystem, mis::kNotSupported,
+                      ItemOperationText(u"append", count_, u"to", path_),
+                      u"the file was opened read-only");
+}
 
 std::uint32_t ItemStoreFile::GetItemCount() const { return count_; }
 
@@ -77,7 +100,7 @@ void ItemStoreFile::Notify(ProgressSink* progress, std::uint32_t blocks, std::ui
   }
 }
 
-void ItemStoreFile::Create(std::u16string_view path) {
+void ItemStoreFile::Create(std::u16string_view path) try {
   if (path.empty()) Throw(mis::kBadArguments);
   if (IsOpen()) Close();
   Reset();
@@ -95,6 +118,8 @@ void ItemStoreFile::Create(std::u16string_view path) {
     Throw(write_error);
   }
   path_ = path;
+} catch (const cMISException& e) {
+  RethrowWithContext(e, OperationText(u"create", path));
 }
 
 void ItemStoreFile::CreateTemporary() {
@@ -134,7 +159,7 @@ void ItemStoreFile::OpenHandle(std::u16string_view path, bool read_only) {
   if (file_.GetLastWriteTime(time) == 0) saved_write_time_ = time;
 }
 
-void ItemStoreFile::Open(std::u16string_view path, bool read_only, ProgressSink* progress) {
+void ItemStoreFile::Open(std::u16string_view path, bool read_only, ProgressSink* progress) try {
   OpenHandle(path, read_only);
   try {
     const std::uint64_t size = FileSize();
@@ -184,9 +209,11 @@ void ItemStoreFile::Open(std::u16string_view path, bool read_only, ProgressSink*
     Reset();
     throw;
   }
+} catch (const cMISException& e) {
+  RethrowWithContext(e, OperationText(u"open", path));
 }
 
-void ItemStoreFile::OpenUnterminated(std::u16string_view path, ProgressSink* progress) {
+void ItemStoreFile::OpenUnterminated(std::u16string_view path, ProgressSink* progress) try {
   OpenHandle(path, false);
   try {
     const std::uint64_t size = FileSize();
@@ -236,6 +263,8 @@ void ItemStoreFile::OpenUnterminated(std::u16string_view path, ProgressSink* pro
     Reset();
     throw;
   }
+} catch (const cMISException& e) {
+  RethrowWithContext(e, OperationText(u"recover", path));
 }
 
 void ItemStoreFile::Close() {
@@ -257,7 +286,12 @@ void ItemStoreFile::Close() {
   file_.Close();
   if (remove) platform::DeleteFilePath(path);
   Reset();
-  if (failure) std::rethrow_exception(failure);
+  if (!failure) return;
+  try {
+    std::rethrow_exception(failure);
+  } catch (const cMISException& e) {
+    RethrowWithContext(e, OperationText(u"close", path));
+  }
 }
 
 void ItemStoreFile::WriteTrailer() {
@@ -321,7 +355,7 @@ ItemPtr ItemStoreFile::MakeItem(const Entry& entry, std::uint64_t base_ms,
   return item;
 }
 
-ItemPtr ItemStoreFile::ReadItem(std::uint32_t index) {
+ItemPtr ItemStoreFile::ReadItem(std::uint32_t index) try {
   const auto [block, slot] = Locate(index);
   const Entry entry = ReadEntry(block, slot);
   const std::uint32_t size = CheckedRecordSize(entry);
@@ -331,6 +365,8 @@ ItemPtr ItemStoreFile::ReadItem(std::uint32_t index) {
   if (error == platform::error::kHandleEof) Throw(mis::kInvalidData);
   Check(error);
   return MakeItem(entry, blocks_[block].base_ms, record.data());
+} catch (const cMISException& e) {
+  RethrowWithContext(e, ItemOperationText(u"read", index, u"of", path_));
 }
 
 RecordExtent ItemStoreFile::GetRecordExtent(std::uint32_t index) {
@@ -370,8 +406,8 @@ void ItemStoreFile::StartBlock(const ItemRecord& first_item) {
   items_in_last_block_ = 0;
 }
 
-std::uint32_t ItemStoreFile::AppendItem(const ItemRecord* item) {
-  if (read_only_) Throw(mis::kNotSupported);
+std::uint32_t ItemStoreFile::AppendItem(const ItemRecord* item) try {
+  if (read_only_) ThrowReadOnlyAppend();
   if (item == nullptr || !item->IsValid()) Throw(mis::kBadArguments);
   std::uint64_t position = append_end_ != 0 ? append_end_ : FileSize();
   if (items_in_last_block_ == 0) {
@@ -410,6 +446,8 @@ std::uint32_t ItemStoreFile::AppendItem(const ItemRecord* item) {
   ++items_in_last_block_;
   if (items_in_last_block_ == kItemsPerBlock) items_in_last_block_ = 0;
   return ++count_;
+} catch (const cMISException& e) {
+  RethrowWithContext(e, ItemOperationText(u"append", count_, u"to", path_));
 }
 
 }  // namespace quillon

@@ -125,6 +125,14 @@ class ItemStoreFile {
   ItemPtr MakeItem(const isf::Entry& entry, std::uint64_t base_ms,
                    const std::uint8_t* record) const;
   [[noreturn]] static void Throw(std::uint32_t code);
+  // The operation texts that failures carry: "cannot <action> <path>" and
+  // "cannot <action> item <index> <preposition> <path>".
+  static std::u16string OperationText(std::u16string_view action, std::u16string_view path);
+  static std::u16string ItemOperationText(std::u16string_view action, std::uint32_t index,
+                                          std::u16string_view preposition,
+                                          std::u16string_view path);
+  // Raised by appends to a file opened read-only (50).
+  [[noreturn]] void ThrowReadOnlyAppend() const;
   static void Check(std::uint32_t code) {
     if (code != 0) Throw(code);
   }

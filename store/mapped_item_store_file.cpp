@@ -21,7 +21,10 @@ MappedItemStoreFile::MappedItemStoreFile(const ItemDatabaseView& database)
 MappedItemStoreFile::~MappedItemStoreFile() { Unmap(); }
 
 void MappedItemStoreFile::Open(std::u16string_view path, bool read_only, ProgressSink* progress) {
-  if (!read_only) Throw(mis::kNotSupported);
+  if (!read_only) {
+    throw cMISException(kMisCategorySystem, mis::kNotSupported, OperationText(u"open", path),
+                        u"a mapped file is read-only");
+  }
   Unmap();
   ItemStoreFile::Open(path, true, progress);
 }
@@ -31,7 +34,7 @@ void MappedItemStoreFile::Create(std::u16string_view) { Throw(mis::kNotSupported
 void MappedItemStoreFile::OpenUnterminated(std::u16string_view, ProgressSink*) {
   Throw(mis::kNotSupported);
 }
-std::uint32_t MappedItemStoreFile::AppendItem(const ItemRecord*) { Throw(mis::kNotSupported); }
+std::uint32_t MappedItemStoreFile::AppendItem(const ItemRecord*) { ThrowReadOnlyAppend(); }
 void MappedItemStoreFile::StartBlock(const ItemRecord&) { Throw(mis::kNotSupported); }
 
 void MappedItemStoreFile::Close() {
@@ -108,7 +111,7 @@ const MappedItemStoreFile::CachedBlock& MappedItemStoreFile::MapBlock(std::uint3
   return cache_.back();
 }
 
-ItemPtr MappedItemStoreFile::ReadItem(std::uint32_t index) {
+ItemPtr MappedItemStoreFile::ReadItem(std::uint32_t index) try {
   const auto [block, slot] = Locate(index);
   const CachedBlock& cached = MapBlock(block);
   const Block& info = Blocks()[block];
@@ -124,6 +127,8 @@ ItemPtr MappedItemStoreFile::ReadItem(std::uint32_t index) {
     Throw(mis::kInvalidData);
   }
   return MakeItem(entry, info.base_ms, records.data() + (record - records.offset()));
+} catch (const cMISException& e) {
+  RethrowWithContext(e, ItemOperationText(u"read", index, u"of", GetFileInfo().path));
 }
 
 }  // namespace quillon

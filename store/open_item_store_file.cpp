@@ -43,7 +43,7 @@ IsfLayout DetectIsfLayout(const platform::File& file) {
 
 std::unique_ptr<ItemStoreFile> OpenItemStoreFile(std::u16string_view path,
                                                  const IsfOpenOptions& options,
-                                                 const ItemDatabaseView& database) {
+                                                 const ItemDatabaseView& database) try {
   const bool read_only = options.read_only;
   ProgressSink* const progress = options.progress;
   if (path.empty()) Throw(mis::kBadArguments);
@@ -68,17 +68,23 @@ std::unique_ptr<ItemStoreFile> OpenItemStoreFile(std::u16string_view path,
       return file;
     }
     case IsfLayout::kUnterminated: {
-      if (!options.allow_recover) Throw(mis::kInvalidData);
+      if (!options.allow_recover) {
+        throw cMISException(kMisCategorySystem, mis::kInvalidData, {},
+                            u"the file was not closed (it has no trailer); open it with recovery");
+      }
       auto file = std::make_unique<ItemStoreFile>(database);
       file->OpenUnterminated(path, progress);
       return file;
     }
     case IsfLayout::kOlder:
-      Throw(mis::kNotSupported);
+      throw cMISException(kMisCategorySystem, mis::kNotSupported, {},
+                          u"the file has the older item store layout, which cannot be read");
     case IsfLayout::kUnknown:
       break;
   }
-  Throw(mis::kInvalidData);
+  throw cMISException(kMisCategorySystem, mis::kInvalidData, {}, u"not an item store file");
+} catch (const cMISException& e) {
+  RethrowWithContext(e, u"cannot open " + std::u16string(path));
 }
 
 }  // namespace quillon

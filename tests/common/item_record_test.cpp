@@ -100,11 +100,39 @@ TEST(NullItemDatabaseView, KnowsNothing) {
   EXPECT_FALSE(view.FindUserItemColor(ItemKey{kItemLog, 1}).has_value());
 }
 
-TEST(cMISException, WhatNamesCategoryAndCode) {
-  EXPECT_STREQ(cMISException(kMisCategoryCaller, mis::kBadArguments).what(),
-               "category 1, error 160");
-  EXPECT_STREQ(cMISException(0xFFFFFFFF, 0xFFFFFFFF).what(),
-               "category 4294967295, error 4294967295");
+TEST(cMISException, ExplainsItselfWithOperationAndReason) {
+  struct Case {
+    cMISException error;
+    const char* what;
+  };
+  const cMISException read_only(kMisCategorySystem, mis::kNotSupported, u"",
+                                u"the file was opened read-only");
+  const Case cases[] = {
+      {cMISException(kMisCategoryCaller, mis::kBadArguments),
+       "an argument or an item index is not correct (error 160)"},
+      {cMISException(0xFFFFFFFF, 0xFFFFFFFF), "an unknown error (error 4294967295)"},
+      {cMISException(kMisCategorySystem, 2, u"cannot open x.isf"),
+       "cannot open x.isf: the file was not found (error 2)"},
+      {read_only, "the file was opened read-only (error 50)"},
+      // A context added later keeps the reason; a second one does not replace the first.
+      {cMISException(read_only, u"cannot append item 7 to x.isf"),
+       "cannot append item 7 to x.isf: the file was opened read-only (error 50)"},
+      {cMISException(cMISException(kMisCategorySystem, 13, u"inner"), u"outer"),
+       "outer: the data is invalid or corrupt (error 13)"},
+  };
+  for (const Case& c : cases) EXPECT_STREQ(c.error.what(), c.what);
+  EXPECT_EQ(cases[4].error.Category(), kMisCategorySystem);
+  EXPECT_EQ(cases[4].error.Reason(), u"the file was opened read-only");
+  EXPECT_EQ(cases[0].error.Reason(), u"an argument or an item index is not correct");
+  try {
+    try {
+      throw cMISException(kMisCategorySystem, 13, u"inner");
+    } catch (const cMISException& e) {
+      RethrowWithContext(e, u"outer");
+    }
+  } catch (const cMISException& e) {
+    EXPECT_EQ(e.Context(), u"inner");  // the innermost operation names itself
+  }
 }
 
 }  // namespace

@@ -38,6 +38,17 @@ std::uint32_t CodeOf(F&& f) {
   return 0;
 }
 
+// The what() text of the exception thrown by `f`, empty if none.
+template <typename F>
+std::string WhatOf(F&& f) {
+  try {
+    f();
+  } catch (const cMISException& e) {
+    return e.what();
+  }
+  return {};
+}
+
 // A unique path in the system's temporary folder, removed when destroyed.
 class TempFile {
  public:

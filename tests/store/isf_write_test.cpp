@@ -151,7 +151,10 @@ TEST(IsfWrite, AppendRules) {
 
   ItemStoreFile reader;
   reader.Open(temp.u16(), true, nullptr);
-  EXPECT_EQ(CodeOf([&] { reader.AppendItem(item.get()); }), 50u);
+  // The failure names the operation, the file and why.
+  EXPECT_EQ(WhatOf([&] { reader.AppendItem(item.get()); }),
+            "cannot append item 1 to " + temp.path().string() +
+                ": the file was opened read-only (error 50)");
   EXPECT_EQ(CodeOf([&] { reader.StartBlock(*item); }), 50u);
 }
 
