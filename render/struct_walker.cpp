@@ -13,6 +13,20 @@ namespace quillon {
 
 namespace {
 
+// Runs `leave` when the scope ends, on every path out of it: an array or
+// structure that was entered is left again even when an element fails.
+template <class Leave>
+class ScopeExit {
+ public:
+  explicit ScopeExit(Leave leave) : leave_(std::move(leave)) {}
+  ScopeExit(const ScopeExit&) = delete;
+  ScopeExit& operator=(const ScopeExit&) = delete;
+  ~ScopeExit() { leave_(); }
+
+ private:
+  Leave leave_;
+};
+
 // Entity families are the entity types 0..11 of the Diag table.
 constexpr std::uint32_t kMaxEntityFamily = 11;
 
@@ -307,6 +321,7 @@ bool StructWalker::WalkMember(const StructRow& member, std::uint32_t base, std::
 bool StructWalker::WalkRepeatedField(const StructRow& member, const FieldRecord* def,
                                      std::int64_t count, std::int64_t start, std::u16string& path) {
   EnterArray(member, count);
+  const ScopeExit leave_array([&] { LeaveArray(member); });
   const std::size_t length = path.size();
   for (std::int64_t i = 0; i < count; ++i) {
     if (!Step()) return false;
@@ -316,13 +331,13 @@ bool StructWalker::WalkRepeatedField(const StructRow& member, const FieldRecord*
     }
     if (!ReadField(def, path, i + start)) return false;
   }
-  LeaveArray(member);
   return true;
 }
 
 bool StructWalker::WalkRepeatedStruct(const StructRow& member, std::int64_t count,
                                       std::int64_t start, std::u16string& path) {
   EnterArray(member, count);
+  const ScopeExit leave_array([&] { LeaveArray(member); });
   const std::size_t length = path.size();
   for (std::int64_t i = 0; i < count; ++i) {
     if (!Step()) return false;
@@ -331,11 +346,9 @@ bool StructWalker::WalkRepeatedStruct(const StructRow& member, std::int64_t coun
       AppendElementIndex(path, i + start);
     }
     EnterStruct(member.label, i + start);
-    const bool ok = WalkStruct(member.reference, path, i + start);
-    LeaveStruct();
-    if (!ok) return false;
+    const ScopeExit leave_struct([&] { LeaveStruct(); });
+    if (!WalkStruct(member.reference, path, i + start)) return false;
   }
-  LeaveArray(member);
   return true;
 }
 

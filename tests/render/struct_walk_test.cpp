@@ -52,6 +52,38 @@ TEST(StructWalk, FieldsStructsAndArraysBuildIndexedPaths) {
             u"vals.e[0]=1@0 vals.e[1]=2@8 vals.e[2]=3@16");
 }
 
+// Counts the enter and leave callbacks of a parse.
+class CallbackCounter : public ParsedFieldList {
+ public:
+  using ParsedFieldList::ParsedFieldList;
+  void EnterArray(const StructRow&, std::int64_t) override { ++arrays; }
+  void LeaveArray(const StructRow&) override { --arrays; }
+  void EnterStruct(std::u16string_view, std::int64_t) override { ++structs; }
+  void LeaveStruct() override { --structs; }
+  int arrays = 0;
+  int structs = 0;
+};
+
+TEST(StructWalk, EnterAndLeaveStayBalancedWhenAnElementFails) {
+  // Element 0 of the struct array holds a field array counted by a field the
+  // walk never read: the inner array cannot start and the walk fails inside
+  // both the outer array and the element's structure.
+  TestDb t = Base();
+  t.Row(kTop, kMemberStruct, kSub, u"rec", kRepeatFixed, u"2");
+  t.Member(kSub, kE).Repeat(kSub, kT, kRepeatCountField, u"3");
+  // A field array whose third element runs out of payload fails too.
+  TestDb fields = Base();
+  fields.Row(kTop, kMemberField, kW, u"vals", kRepeatFixed, u"3");
+  for (const TestDb* db : {&t, &fields}) {
+    std::vector<std::uint8_t> bytes = {1, 2, 3, 4, 5};
+    CallbackCounter walk(db->db(), std::vector<std::uint32_t>{4, 1}, bytes.data(),
+                         static_cast<std::uint32_t>(bytes.size()));
+    EXPECT_FALSE(walk.Parse({}));
+    EXPECT_EQ(walk.arrays, 0);
+    EXPECT_EQ(walk.structs, 0);
+  }
+}
+
 TEST(StructWalk, CountsFromFieldsAndRanges) {
   // A zero count makes the member absent.
   EXPECT_EQ(Walk(Base().Member(kTop, kN).Repeat(kTop, kE, kRepeatCountField, u"1").Member(kTop, kT),
