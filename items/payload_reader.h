@@ -5,6 +5,7 @@
 // their end. The reader does not own the bytes.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -76,7 +77,9 @@ class PayloadReader {
   }
 
  private:
+  // Callers have checked Has(offset, count).
   std::uint64_t Unsigned(std::size_t offset, std::size_t count) const {
+    assert(offset + count <= bytes_.size());
     return LoadLE(&bytes_[offset], count);
   }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <exception>
 #include <limits>
 #include <new>
@@ -360,6 +361,7 @@ ItemPtr ItemStoreFile::ReadItem(std::uint32_t index) try {
   const Entry entry = ReadEntry(block, slot);
   const std::uint32_t size = CheckedRecordSize(entry);
   std::array<std::uint8_t, kMaxRecord> record{};
+  assert(size <= record.size());  // CheckedRecordSize bounds it
   const std::uint64_t offset = blocks_[block].offset + kBlockSize + entry.offset;
   const std::uint32_t error = file_.ReadAt(offset, record.data(), size);
   if (error == platform::error::kHandleEof) Throw(mis::kInvalidData);
@@ -432,6 +434,7 @@ std::uint32_t ItemStoreFile::AppendItem(const ItemRecord* item) try {
   const std::uint32_t length = item->GetPayloadLength();
   std::array<std::uint8_t, kMaxRecord> record{};
   const std::uint32_t header = EncodeRecordHeader(flags, ms, block.base_ms, 0, record.data());
+  assert(header + length <= kMaxRecord);  // IsValid() bounds the payload to kMaxPayload
   std::copy_n(item->GetPayload(), length, record.data() + header);
   append_end_ = 0;
   Check(file_.WriteAt(position, record.data(), header + length));
