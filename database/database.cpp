@@ -4,11 +4,11 @@
 #include <system_error>
 
 #include "database/db_location.h"
-#include "database/db_merge.h"
-#include "database/db_message.h"
 #include "database/db_schema.h"
-#include "database/db_table_io.h"
-#include "database/db_validation.h"
+#include "database/internal/db_merge.h"
+#include "database/internal/db_message.h"
+#include "database/internal/db_table_io.h"
+#include "database/internal/db_validation.h"
 
 namespace quillon {
 

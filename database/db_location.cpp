@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "database/db_validation.h"
+#include "database/internal/db_validation.h"
 #include "platform/file.h"
 
 namespace quillon::db {

@@ -1,4 +1,4 @@
-#include "database/db_merge.h"
+#include "database/internal/db_merge.h"
 
 #include <algorithm>
 #include <map>
@@ -6,10 +6,10 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "database/db_message.h"
 #include "database/db_schema.h"
 #include "database/db_specifier.h"
-#include "database/db_validation.h"
+#include "database/internal/db_message.h"
+#include "database/internal/db_validation.h"
 
 namespace quillon::db {
 

@@ -1,4 +1,4 @@
-#include "database/db_message.h"
+#include "database/internal/db_message.h"
 
 #include "database/db_columns.h"
 

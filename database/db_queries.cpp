@@ -4,7 +4,7 @@
 
 #include "database/database.h"
 #include "database/db_columns.h"
-#include "database/db_validation.h"
+#include "database/internal/db_validation.h"
 
 namespace quillon {
 

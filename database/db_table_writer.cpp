@@ -1,7 +1,7 @@
 #include <vector>
 
 #include "common/little_endian.h"
-#include "database/db_table_io.h"
+#include "database/internal/db_table_io.h"
 
 namespace quillon::db {
 

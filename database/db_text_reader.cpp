@@ -1,4 +1,4 @@
-#include "database/db_text_reader.h"
+#include "database/internal/db_text_reader.h"
 
 #include <algorithm>
 #include <new>

@@ -1,11 +1,11 @@
-#include "database/db_validation.h"
+#include "database/internal/db_validation.h"
 
 #include <algorithm>
 #include <unordered_map>
 
 #include "database/db_columns.h"
-#include "database/db_message.h"
 #include "database/db_schema.h"
+#include "database/internal/db_message.h"
 
 namespace quillon::db {
 

@@ -1,4 +1,4 @@
-#include "platform/windows1252.h"
+#include "platform/internal/windows1252.h"
 
 namespace quillon::platform {
 namespace {

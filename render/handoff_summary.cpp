@@ -1,4 +1,4 @@
-#include "render/handoff_summary.h"
+#include "render/internal/handoff_summary.h"
 
 #include <string_view>
 

@@ -4,8 +4,8 @@
 
 #include "database/database.h"
 #include "database/db_columns.h"
-#include "render/handoff_summary.h"
-#include "render/summary_format.h"
+#include "render/internal/handoff_summary.h"
+#include "render/internal/summary_format.h"
 
 namespace quillon {
 

@@ -1,4 +1,4 @@
-#include "render/summary_format.h"
+#include "render/internal/summary_format.h"
 
 #include "common/word_format.h"
 

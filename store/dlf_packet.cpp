@@ -1,4 +1,4 @@
-#include "store/dlf_packet.h"
+#include "store/internal/dlf_packet.h"
 
 #include <cstring>
 

@@ -1,4 +1,4 @@
-#include "store/isf_paths.h"
+#include "store/internal/isf_paths.h"
 
 #include "common/safe_format.h"
 #include "platform/file.h"

@@ -1,7 +1,7 @@
 #include "store/item_diag.h"
 
-#include "store/dlf_packet.h"
-#include "store/item_payload.h"
+#include "store/internal/dlf_packet.h"
+#include "store/internal/item_payload.h"
 
 namespace quillon {
 

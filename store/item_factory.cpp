@@ -2,8 +2,8 @@
 
 #include <array>
 
+#include "store/internal/item_payload.h"
 #include "store/item_classes.h"
-#include "store/item_payload.h"
 
 namespace quillon {
 

@@ -1,6 +1,6 @@
 #include "store/item_gps.h"
 
-#include "store/item_payload.h"
+#include "store/internal/item_payload.h"
 
 namespace quillon {
 

@@ -1,8 +1,8 @@
 #include "store/item_log.h"
 
 #include "items/payload_reader.h"
-#include "store/dlf_packet.h"
-#include "store/item_payload.h"
+#include "store/internal/dlf_packet.h"
+#include "store/internal/item_payload.h"
 
 namespace quillon {
 

@@ -9,7 +9,7 @@
 
 #include "common/mis_exception.h"
 #include "common/number_text.h"
-#include "store/isf_paths.h"
+#include "store/internal/isf_paths.h"
 #include "store/item_factory.h"
 
 namespace quillon {

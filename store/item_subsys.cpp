@@ -1,7 +1,7 @@
 #include "store/item_subsys.h"
 
+#include "store/internal/item_payload.h"
 #include "store/item_diag.h"
-#include "store/item_payload.h"
 
 namespace quillon {
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/internal/windows1252.h"
 #include "platform/text_codec.h"
-#include "platform/windows1252.h"
 
 namespace quillon::platform {
 

@@ -3,8 +3,8 @@
 #include <tuple>
 
 #include "database/db_columns.h"
-#include "database/db_message.h"
 #include "database/db_specifier.h"
+#include "database/internal/db_message.h"
 #include "db_test_util.h"
 
 namespace quillon::db {

@@ -3,8 +3,8 @@
 #include "database/database.h"
 #include "database/db_records.h"
 #include "database/db_schema.h"
-#include "database/db_table_io.h"
-#include "database/db_text_reader.h"
+#include "database/internal/db_table_io.h"
+#include "database/internal/db_text_reader.h"
 #include "db_test_util.h"
 
 namespace quillon {

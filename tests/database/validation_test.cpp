@@ -3,7 +3,7 @@
 #include <map>
 
 #include "database/database.h"
-#include "database/db_validation.h"
+#include "database/internal/db_validation.h"
 #include "db_test_util.h"
 
 namespace quillon {

@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "platform/windows1252.h"
+#include "platform/internal/windows1252.h"
 
 namespace quillon::platform {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <array>
 
-#include "store/isf_paths.h"
+#include "store/internal/isf_paths.h"
 
 namespace quillon::isf {
 namespace {

@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "database/db_message.h"
 #include "database/db_message_sink.h"
-#include "database/db_text_reader.h"
+#include "database/internal/db_message.h"
+#include "database/internal/db_text_reader.h"
 #include "platform/file.h"
 
 namespace quillon::db {
