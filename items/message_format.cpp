@@ -35,8 +35,13 @@ std::u16string AnsiField(const PayloadReader& r, std::size_t offset, std::size_t
   return FromAnsi(text.substr(0, text.find('\0')));
 }
 
-std::vector<std::uint32_t> Arguments(const PayloadReader& r, std::size_t offset,
-                                     std::size_t count) {
+// The argument list: every whole 32-bit word from `offset` to the end of
+// the payload. The announced arguments come first; a format with more
+// conversions reads on into the words after them (the format's own bytes,
+// then the file name), as the device's runtime reads its va_list. Only a
+// conversion past the last whole word is refused.
+std::vector<std::uint32_t> Arguments(const PayloadReader& r, std::size_t offset) {
+  const std::size_t count = offset < r.size() ? (r.size() - offset) / 4 : 0;
   std::vector<std::uint32_t> args(count);
   for (std::size_t k = 0; k < count; ++k) args[k] = *r.U32(offset + 4 * k);
   return args;
@@ -46,7 +51,7 @@ bool FormatLegacy(const PayloadReader& r, std::u16string& out) {
   if (!r.Has(kLegacyMessageArgsOffset, 4 * kLegacyMessageArgCount)) return false;
   const std::u16string file = AnsiField(r, kLegacyMessageFileOffset, kLegacyMessageFileSize);
   const std::u16string format = AnsiField(r, kLegacyMessageFormatOffset, kLegacyMessageFormatSize);
-  const auto args = Arguments(r, kLegacyMessageArgsOffset, kLegacyMessageArgCount);
+  const auto args = Arguments(r, kLegacyMessageArgsOffset);
   MakeLine(file, *r.U16(kLegacyMessageLineOffset), format, args, kLegacyMessageTextBound, out);
   return true;
 }
@@ -61,7 +66,7 @@ bool FormatExtended(const PayloadReader& r, std::u16string& out) {
   while (start > 0 && r.Bytes()[start - 1] != 0) --start;
   const std::u16string file = AnsiField(r, start, r.size() - start);
   const std::u16string format = AnsiField(r, format_offset, r.size() - format_offset);
-  const auto args = Arguments(r, kExtendedMessageArgsOffset, count);
+  const auto args = Arguments(r, kExtendedMessageArgsOffset);
   MakeLine(file, *r.U16(kExtendedMessageLineOffset), format, args, kMessageTextBound, out);
   return true;
 }

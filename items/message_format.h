@@ -8,9 +8,11 @@
 // The device sends the format string, not the text, so any format may
 // arrive. Substitution is common/word_format.h's: a conversion the 32-bit
 // arguments cannot satisfy ("%s" would read a number other than 0 as a
-// text pointer, "%n" would write, a lone "%", more conversions than
-// arguments) turns the whole message into "Error: Invalid message format:
-// <format>". What the Windows runtime prints without fault ("%p", a null
+// text pointer, "%n" would write, a lone "%", a conversion that would read
+// past the payload's end) turns the whole message into "Error: Invalid
+// message format: <format>". The argument list is the payload from the
+// first argument on: conversions beyond the announced arguments read the
+// words that follow them (the format's bytes, then the file name). What the Windows runtime prints without fault ("%p", a null
 // "%s", huge widths) prints the same here. Nothing is ever read outside
 // the payload.
 #pragma once
@@ -37,7 +39,8 @@ bool FormatMessageItem(const ItemRecord& item, std::u16string& out);
 // The same over a raw MSG payload: the legacy form when the first byte is
 // the legacy message command (31), otherwise the extended form:
 //   byte 2 = n, u16 line at 12, n u32 arguments at 20, then the format
-//   string, then the file name (the last zero-terminated text).
+//   string, then the file name (the last zero-terminated text); the
+//   argument words run from 20 to the payload's end.
 // False, with `out` empty, when the fields lie outside the payload.
 bool FormatMessagePayload(std::span<const std::uint8_t> payload, std::u16string& out);
 

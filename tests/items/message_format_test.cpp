@@ -118,7 +118,6 @@ TEST(MessageLine, ZeroToManyArguments) {
       {"%llu %lld", {0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFE, 0xFFFFFFFF}, u"18446744073709551615 -2"},
       {"%I32d %hd %hhu", {7, 0x12345678, 0x1FF}, u"7 22136 255"},
       {"%f %d", {lo, hi, 9}, u"1.500000 9"}, {"%.2e", {lo, hi}, u"1.50e+00"},
-      {"%d %lld", {1, 2}, std::nullopt},  // one slot left for a 64-bit conversion
       {"[%*d]", {5, 42}, u"[   42]"}, {"[%-*.*d]", {6, 4, 42}, u"[0042  ]"},
       {"[%*d]", {0xFFFFFFFD, 1}, u"[1  ]"}});  // negative width: left
   // clang-format on
@@ -135,23 +134,38 @@ TEST(MessageLine, ZeroToManyArguments) {
 
 TEST(MessageLine, HostileFormatsGiveTheErrorLine) {
   // A number read as a text pointer, a '%n' that would write through its
-  // argument, unknown or cut conversions, too few arguments, half a
-  // double, widths the runtime cannot hold or both fields beyond 65536,
-  // conversions past the text bound: all give the error line.
+  // argument, unknown or cut conversions, a read past the payload, half a
+  // double at its end, widths the runtime cannot hold or both fields beyond
+  // 65536, conversions past the text bound: all give the error line.
   // clang-format off
   const std::vector<std::pair<std::string, Args>> formats = {
       {"%s", {5}}, {"%s", {0x00401000}}, {"name=%s line", {}}, {"%ls %hs %S", {1, 2, 3}},
       {"%*.*s", {4, 4, 0x1000}}, {"%S %Z", {1, 2}}, {"%s %s", {0, 1}}, {"%n", {0}},
       {"%d%n", {1, 0}}, {"%", {}}, {"100%", {1}}, {"%5", {1}}, {"%I", {1}}, {"%I6d", {1}},
-      {"%q", {1}}, {"%hhC", {1}}, {"%d %d", {1}}, {"%.*p", {}}, {"%f", {1}},
+      {"%q", {1}}, {"%hhC", {1}}, {"%x%x%x%x%x", {1}}, {"%.*p%.*p", {}}, {"%f", {}},
       {"%2147483648d", {1}}, {"%.2147483648d", {1}}, {"%70000.70000d", {1}},
-      {"%70000.20000d", {1}}, {"%5000d%s", {7, 1}}, {"%5000d%d", {7}}};
+      {"%70000.20000d", {1}}, {"%5000d%s", {7, 1}}, {"%5000d%s", {7}}};
   // clang-format on
   std::vector<Row> rows;
   for (const auto& [format, args] : formats) rows.push_back({format, args, std::nullopt});
   CheckRows(rows);
   const std::string format = std::string(5000, 'e') + "%s";
   EXPECT_EQ(Message(format, {1}), ErrorFor(format).substr(0, kMessageTextBound));
+}
+
+// The argument list is the payload from offset 20 on: conversions beyond
+// the announced arguments read the following words, the format's own bytes
+// and then the file name, and only a read past the payload's end fails.
+TEST(MessageLine, MissingArgumentsReadTheFollowingWords) {
+  // After the arguments: "%x|%" "x|%x" "|%x\0" "a.c\0" (16 bytes, 4 words).
+  // clang-format off
+  CheckRows({
+      {"%x|%x|%x|%x", {}, u"257c7825|78257c78|78257c|632e61"},
+      {"%x|%x|%x|%x|%x", {}, std::nullopt},  // 19 bytes: the fifth word is cut
+      {"%d %d", {1}, u"1 622879781"},          // "%d %" read as a number
+      {"%d %lld", {1, 2}, u"1 2675248288734642178"},
+      {"%s", {}, std::nullopt}});  // the format's bytes are no text address
+  // clang-format on
 }
 
 // Conversions that the Windows runtime prints although the safe formatter
@@ -221,8 +235,12 @@ TEST(MessageLine, ShortOrBrokenPayloadsAreRefused) {
 TEST(LegacyMessageLine, FixedFieldsThreeArgumentsAndBound511) {
   EXPECT_EQ(Line(Legacy({1, 2, 3}, "v=%d %d %d\n", "legacy.c", 25)),
             u"          legacy.c  00025  v=1 2 3");
-  EXPECT_EQ(Line(Legacy({1, 2, 3}, "%d %d %d %d", "l.c", 1)),
-            u"               l.c  00001  " + ErrorFor("%d %d %d %d"));
+  // Conversions beyond the three arguments read the payload's further words
+  // (zeros here), up to its end.
+  EXPECT_EQ(Line(Legacy({1, 2, 3}, "%d %d %d %d %d", "l.c", 1)),
+            u"               l.c  00001  1 2 3 0 0");
+  EXPECT_EQ(Line(Legacy({1, 2, 3}, "%d %d %d %d %d %d", "l.c", 1)),
+            u"               l.c  00001  " + ErrorFor("%d %d %d %d %d %d"));
   // Full-width file name (13) and format (40) without terminators.
   const std::string file = "thirteen_ch.c", format = "0123456789012345678901234567890123456789";
   EXPECT_EQ(Line(Legacy({}, format, file, 9)),
