@@ -54,29 +54,30 @@ TEST_P(IsfReadEachClass, ReadsTheFixtureItemsBackAndRefusesOtherIndexes) {
 TEST_P(IsfReadEachClass, CorruptEntriesAreRefusedOneByOne) {
   struct Corruption {
     const char* what;
-    std::function<void(std::uint8_t* entry)> apply;
+    std::function<void(FileBytes&, std::uint32_t slot)> apply;
     std::uint32_t code;
   };
   const std::uint64_t fixture_size = std::filesystem::file_size(FixturePath("small.isf"));
-  const std::uint32_t records_size = static_cast<std::uint32_t>(fixture_size - 16 - kRecords);
+  const auto records_size = static_cast<std::uint32_t>(fixture_size - isf::kTrailerSize - kRecords);
   const Corruption corruptions[] = {
-      {"length 0", [](std::uint8_t* e) { StoreLE16(e + 5, 0); }, 13},
-      {"length 8209", [](std::uint8_t* e) { StoreLE16(e + 5, 8209); }, 13},
-      {"offset past the end", [](std::uint8_t* e) { StoreLE32(e + 1, 0x7FFFFFF0); }, 13},
+      {"length 0", [](FileBytes& b, std::uint32_t n) { SetEntryLength(b, n, 0); }, 13},
+      {"length 8209", [](FileBytes& b, std::uint32_t n) { SetEntryLength(b, n, 8209); }, 13},
+      {"offset past the end",
+       [](FileBytes& b, std::uint32_t n) { SetEntryOffset(b, n, 0x7FFFFFF0); }, 13},
       {"record crossing the end",
-       [records_size](std::uint8_t* e) {
-         StoreLE32(e + 1, records_size - 2);
-         StoreLE16(e + 5, 40);
+       [records_size](FileBytes& b, std::uint32_t n) {
+         SetEntryOffset(b, n, records_size - 2);
+         SetEntryLength(b, n, 40);
        },
        13},
-      {"type code 31", [](std::uint8_t* e) { e[0] = static_cast<std::uint8_t>(e[0] | 0x1F); }, 8},
+      {"type code 31", [](FileBytes& b, std::uint32_t n) { EntryBytes(b, n)[0] |= 0x1F; }, 8},
   };
   // Entry 19 is the block's last entry: the mapped class sizes its records
   // view from it, so its corruption must not make the others unreadable.
   for (const std::uint32_t victim : {3u, 19u}) {
     for (const Corruption& c : corruptions) {
       auto bytes = ReadBytes(FixturePath("small.isf"));
-      c.apply(&bytes[4 + victim * 7]);
+      c.apply(bytes, victim);
       const auto temp = FileOf(bytes);
       if (GetParam() == Reader::kPlainReadWrite && victim == 19 && c.code == 13) {
         // A read-write open cuts the trailer at the end of the last record,
@@ -96,17 +97,11 @@ TEST_P(IsfReadEachClass, CorruptEntriesAreRefusedOneByOne) {
 
 TEST_P(IsfReadEachClass, AuxiliaryValueIsReadButNotCarried) {
   // One DIAG TX record with flags bit 7: delta, aux value, payload.
-  std::vector<std::uint8_t> bytes(kRecords, 0);
-  StoreLE32(&bytes[0], isf::kMagic);
-  bytes[4] = 0x82;
-  StoreLE32(&bytes[5], 0);
-  StoreLE16(&bytes[9], 2);
-  StoreLE64(&bytes[4 + isf::kIndexSize + 8], kSomeMs);
-  const std::vector<std::uint8_t> record{0x09, 0x44, 0x33, 0x22, 0x11, 0x0C, 0x7E};
-  bytes.insert(bytes.end(), record.begin(), record.end());
-  const std::vector<std::uint8_t> trailer{0, 0, 0, 0, 0,    0,    0,    0,
-                                          1, 0, 0, 0, 0x07, 0x31, 0x60, 0xAB};
-  bytes.insert(bytes.end(), trailer.begin(), trailer.end());
+  FileBytes bytes = EmptyBlocks(1);
+  isf::EncodeEntry({0x82, 0, 2}, EntryBytes(bytes, 0));
+  SetBaseTime(bytes, kSomeMs);
+  bytes.insert(bytes.end(), {0x09, 0x44, 0x33, 0x22, 0x11, 0x0C, 0x7E});
+  AddTrailer(bytes, 1);
   const auto temp = FileOf(bytes);
   const auto file = OpenWith(GetParam(), temp->u16());
   const ItemPtr item = file->ReadItem(0);
@@ -141,26 +136,22 @@ TEST(IsfOpen, RefusesFilesThatAreNotClosedItemStoreFiles) {
 // with a count that needs two blocks.
 std::vector<std::uint8_t> FixtureLinkedTo(std::uint64_t next, bool trailer) {
   auto bytes = ReadBytes(FixturePath("small.isf"));
-  bytes.resize(bytes.size() - 16);
+  CutTrailer(bytes);
   bytes.resize(2 * kRecords + 1000, 0);
-  StoreLE64(&bytes[4 + isf::kIndexSize], next);
-  if (trailer) {
-    bytes.resize(bytes.size() + 16, 0);
-    StoreLE32(&bytes[bytes.size() - 8], 9000);
-    StoreLE32(&bytes[bytes.size() - 4], isf::kMagic);
-  }
+  SetNextLink(bytes, next);
+  if (trailer) AddTrailer(bytes, 9000);
   return bytes;
 }
 
 TEST(IsfOpen, ChecksTheBlockChainAgainstTheFile) {
   auto bytes = ReadBytes(FixturePath("small.isf"));
   // A count needing a second block that the chain does not have.
-  StoreLE32(&bytes[bytes.size() - 8], 9000);
+  SetTrailerCount(bytes, 9000);
   EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kMapped, FileOf(bytes)->u16()); }), 24u);
   // A link out of the file, and a link backwards.
-  StoreLE64(&bytes[4 + isf::kIndexSize], 1u << 30);
+  SetNextLink(bytes, 1u << 30);
   EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kPlainReadOnly, FileOf(bytes)->u16()); }), 13u);
-  StoreLE64(&bytes[4 + isf::kIndexSize], 4);
+  SetNextLink(bytes, kBlock0);
   EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kMapped, FileOf(bytes)->u16()); }), 13u);
   // A link must point past the block that holds it.
   const auto into = FileOf(FixtureLinkedTo(kRecords - 8, true));
@@ -197,38 +188,29 @@ TEST(IsfOpen, ChoosesTheFileClassByLayoutAndMode) {
   plain.reset();
 
   // Without its trailer the file is only opened when recovery is allowed.
-  const auto cut = FileOf({fixture.begin(), fixture.end() - 16});
+  FileBytes unterminated = fixture;
+  CutTrailer(unterminated);
+  const auto cut = FileOf(unterminated);
   EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(cut->u16(), {.read_only = true}); }), 13u);
   auto recovered = OpenItemStoreFile(cut->u16(), {.read_only = true, .allow_recover = true});
   EXPECT_EQ(dynamic_cast<MappedItemStoreFile*>(recovered.get()), nullptr);
   EXPECT_EQ(recovered->GetItemCount(), 20u);
 
-  EXPECT_EQ(CodeOf([&] { OpenItemStoreFile(u"", {.read_only = true, .allow_recover = true}); }),
-            160u);
+  // Whatever the options, an empty path, a missing file, the older layout
+  // (recognised by its closed mark) and other files are refused.
+  const auto refusal = [](const std::u16string& path) {
+    return CodeOf([&] { OpenItemStoreFile(path, {.read_only = true, .allow_recover = true}); });
+  };
+  EXPECT_EQ(refusal(u""), 160u);
   TempFile missing;
-  EXPECT_EQ(
-      CodeOf([&] { OpenItemStoreFile(missing.u16(), {.read_only = true, .allow_recover = true}); }),
-      2u);
+  EXPECT_EQ(refusal(missing.u16()), 2u);
   EXPECT_FALSE(std::filesystem::exists(missing.path()));
-
-  // The older layout is recognised by its closed mark and refused.
-  std::vector<std::uint8_t> older(229384 + 8, 0);
-  StoreLE32(&older[older.size() - 8], 5);
+  FileBytes older(229384 + isf::kOlderTrailerSize, 0);
   StoreLE32(&older[older.size() - 4], isf::kOlderTrailerMark);
-  EXPECT_EQ(CodeOf([&] {
-              OpenItemStoreFile(FileOf(older)->u16(), {.read_only = true, .allow_recover = true});
-            }),
-            50u);
+  EXPECT_EQ(refusal(FileOf(older)->u16()), 50u);
   older.back() = 0x7F;
-  EXPECT_EQ(CodeOf([&] {
-              OpenItemStoreFile(FileOf(older)->u16(), {.read_only = true, .allow_recover = true});
-            }),
-            13u);
-  EXPECT_EQ(
-      CodeOf([&] {
-        OpenItemStoreFile(FileOf({1, 2, 3})->u16(), {.read_only = true, .allow_recover = true});
-      }),
-      13u);
+  EXPECT_EQ(refusal(FileOf(older)->u16()), 13u);
+  EXPECT_EQ(refusal(FileOf({1, 2, 3})->u16()), 13u);
 }
 
 // A closed file with `items` small items.
@@ -247,7 +229,7 @@ std::vector<std::uint8_t> SmallFileBytes(std::uint32_t items) {
 
 TEST(IsfRecover, ACutAtEveryByteOfTheLastRecordKeepsTheItemsBeforeIt) {
   const auto bytes = SmallFileBytes(5);
-  const std::size_t end = bytes.size() - 16;
+  const std::size_t end = bytes.size() - isf::kTrailerSize;
   const std::size_t last_record = end - 7;  // 1-byte delta + 6 payload bytes
   for (std::size_t cut = last_record; cut <= end; ++cut) {
     const auto temp = FileOf({bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(cut)});
@@ -288,7 +270,7 @@ TEST(IsfRecover, RefusesBadFilesAndStopsAtTheFirstCorruptEntry) {
   EXPECT_EQ(file.GetItemCount(), 20u);
   file.Close();
 
-  StoreLE16(&bytes[4 + 2 * 7 + 5], 0);  // entry 2: length 0
+  SetEntryLength(bytes, 2, 0);
   const auto corrupt = FileOf(bytes);
   file.OpenUnterminated(corrupt->u16(), nullptr);
   EXPECT_EQ(file.GetItemCount(), 2u);
@@ -305,14 +287,8 @@ class CountingSink : public ProgressSink {
 TEST(IsfOpen, ReportsProgressEvery64Blocks) {
   // 65 linked blocks; only the first item of the last block is written.
   const std::uint32_t blocks = 65;
-  std::vector<std::uint8_t> bytes(4 + std::size_t{blocks} * isf::kBlockSize + 16, 0);
-  StoreLE32(&bytes[0], isf::kMagic);
-  for (std::uint32_t b = 0; b + 1 < blocks; ++b) {
-    const std::size_t at = 4 + std::size_t{b} * isf::kBlockSize;
-    StoreLE64(&bytes[at + isf::kIndexSize], at + isf::kBlockSize);
-  }
-  StoreLE32(&bytes[bytes.size() - 8], (blocks - 1) * 8192 + 1);
-  StoreLE32(&bytes[bytes.size() - 4], isf::kMagic);
+  FileBytes bytes = EmptyBlocks(blocks);
+  AddTrailer(bytes, (blocks - 1) * isf::kItemsPerBlock + 1);
   const auto temp = FileOf(bytes);
   CountingSink sink;
   MappedItemStoreFile file;

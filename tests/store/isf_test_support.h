@@ -86,6 +86,58 @@ inline void WriteBytes(const std::filesystem::path& path, const std::vector<std:
             static_cast<std::streamsize>(bytes.size()));
 }
 
+// ---- Words for what a test reads from or does to an item store file's
+// bytes. `block` is the offset of a block (block 0 follows the magic).
+using FileBytes = std::vector<std::uint8_t>;
+inline constexpr std::size_t kBlock0 = isf::kFirstBlockOffset;
+
+inline std::uint8_t* EntryBytes(FileBytes& b, std::uint32_t slot, std::size_t block = kBlock0) {
+  return &b[block + std::size_t{slot} * isf::kEntrySize];
+}
+inline isf::Entry EntryAt(const FileBytes& b, std::uint32_t slot, std::size_t block = kBlock0) {
+  return isf::DecodeEntry(&b[block + std::size_t{slot} * isf::kEntrySize]);
+}
+inline void SetEntryLength(FileBytes& b, std::uint32_t slot, std::uint16_t length) {
+  StoreLE16(EntryBytes(b, slot) + isf::kEntryLengthOffset, length);
+}
+inline void SetEntryOffset(FileBytes& b, std::uint32_t slot, std::uint32_t offset) {
+  StoreLE32(EntryBytes(b, slot) + isf::kEntryRecordOffset, offset);
+}
+inline std::uint64_t NextLinkOf(const FileBytes& b, std::size_t block = kBlock0) {
+  return LoadLE64(&b[block + isf::kBlockNextLinkOffset]);
+}
+inline void SetNextLink(FileBytes& b, std::uint64_t next, std::size_t block = kBlock0) {
+  StoreLE64(&b[block + isf::kBlockNextLinkOffset], next);
+}
+inline std::uint64_t BaseTimeOf(const FileBytes& b, std::size_t block = kBlock0) {
+  return LoadLE64(&b[block + isf::kBlockBaseTimeOffset]);
+}
+inline void SetBaseTime(FileBytes& b, std::uint64_t ms, std::size_t block = kBlock0) {
+  StoreLE64(&b[block + isf::kBlockBaseTimeOffset], ms);
+}
+inline std::uint32_t TrailerCountOf(const FileBytes& b) {
+  return LoadLE32(&b[b.size() - isf::kTrailerSize + isf::kTrailerCountOffset]);
+}
+inline void SetTrailerCount(FileBytes& b, std::uint32_t count) {
+  StoreLE32(&b[b.size() - isf::kTrailerSize + isf::kTrailerCountOffset], count);
+}
+inline void CutTrailer(FileBytes& b) { b.resize(b.size() - isf::kTrailerSize); }
+inline void AddTrailer(FileBytes& b, std::uint32_t count) {
+  b.resize(b.size() + isf::kTrailerSize, 0);
+  SetTrailerCount(b, count);
+  StoreLE32(&b[b.size() - isf::kTrailerSize + isf::kTrailerMagicOffset], isf::kMagic);
+}
+// A file of `blocks` empty blocks, each linked to the next.
+inline FileBytes EmptyBlocks(std::uint32_t blocks) {
+  FileBytes b(kBlock0 + std::size_t{blocks} * isf::kBlockSize, 0);
+  StoreLE32(b.data(), isf::kMagic);
+  for (std::uint32_t k = 0; k + 1 < blocks; ++k) {
+    const std::size_t at = kBlock0 + std::size_t{k} * isf::kBlockSize;
+    SetNextLink(b, at + isf::kBlockSize, at);
+  }
+  return b;
+}
+
 // A temporary file holding `bytes`.
 inline std::unique_ptr<TempFile> FileOf(const std::vector<std::uint8_t>& bytes) {
   auto temp = std::make_unique<TempFile>();

@@ -32,29 +32,12 @@ TEST(IsfWrite, ReproducesTheCommittedFixtureByteForByte) {
   }
   EXPECT_EQ(file.GetItemCount(), 20u);
   file.Close();
+  // The fixture is written by tests/data/make_small_isf.py from the layout
+  // alone: equal bytes check every field.
   const auto bytes = ReadBytes(temp.path());
   ASSERT_EQ(bytes.size(), 57599u);
   EXPECT_TRUE(bytes == ReadBytes(FixturePath("small.isf")));
-  EXPECT_EQ(std::vector<std::uint8_t>(bytes.begin(), bytes.begin() + 4),
-            (std::vector<std::uint8_t>{0x07, 0x31, 0x60, 0xAB}));
-  // First entry: DIAG TX with a 1-byte delta, record offset 0, 2 bytes.
-  EXPECT_EQ(bytes[4], 0x02);
-  EXPECT_EQ(LoadLE32(&bytes[5]), 0u);
-  EXPECT_EQ(LoadLE16(&bytes[9]), 2u);
-  // Second entry: DIAG RX right after the first record (1 + 2 bytes).
-  EXPECT_EQ(bytes[11], 0x01);
-  EXPECT_EQ(LoadLE32(&bytes[12]), 3u);
-  // No next block; base time (1110000000000 + 9568350720000) ticks * 1.25.
-  EXPECT_EQ(LoadLE64(&bytes[4 + 57344]), 0u);
-  EXPECT_EQ(LoadLE64(&bytes[4 + 57352]), 13347938400000ULL);
-  // First record: delta 0, then the payload.
-  EXPECT_EQ(bytes[kRecords], 0x00);
-  EXPECT_EQ(bytes[kRecords + 1], 0x0C);
-  // Trailer: 8 zero bytes, count 20, magic.
-  const std::size_t t = bytes.size() - 16;
-  EXPECT_EQ(LoadLE64(&bytes[t]), 0u);
-  EXPECT_EQ(LoadLE32(&bytes[t + 8]), 20u);
-  EXPECT_EQ(LoadLE32(&bytes[t + 12]), isf::kMagic);
+  EXPECT_EQ(BaseTimeOf(bytes), 13347938400000ULL);  // (1110000000000 + 9568350720000) * 1.25
 }
 
 TEST(IsfWrite, TheItem8193StartsBlockOneLinkedFromBlockZero) {
@@ -75,15 +58,15 @@ TEST(IsfWrite, TheItem8193StartsBlockOneLinkedFromBlockZero) {
   file.Close();
 
   const auto bytes = ReadBytes(temp.path());
-  EXPECT_EQ(LoadLE64(&bytes[4 + isf::kIndexSize]), end_of_block0);
-  EXPECT_EQ(LoadLE64(&bytes[end_of_block0 + isf::kIndexSize]), 0u);
-  EXPECT_EQ(LoadLE64(&bytes[end_of_block0 + isf::kIndexSize + 8]), kSomeMs + 100000);
+  EXPECT_EQ(NextLinkOf(bytes), end_of_block0);
+  EXPECT_EQ(NextLinkOf(bytes, end_of_block0), 0u);
+  EXPECT_EQ(BaseTimeOf(bytes, end_of_block0), kSomeMs + 100000);
   // The first entry of block 1 points at the start of its records area.
-  EXPECT_EQ(bytes[end_of_block0], 0x02);
-  EXPECT_EQ(LoadLE32(&bytes[end_of_block0 + 1]), 0u);
-  EXPECT_EQ(bytes[end_of_block0 + isf::kBlockSize], 0x00);  // delta 0
-  EXPECT_EQ(bytes[end_of_block0 + isf::kBlockSize + 2], 0x77);
-  EXPECT_EQ(LoadLE32(&bytes[bytes.size() - 8]), 8193u);
+  const isf::Entry first = EntryAt(bytes, 0, end_of_block0);
+  EXPECT_EQ(std::tuple(first.flags, first.offset), std::tuple(0x02, 0u));
+  const std::size_t record = end_of_block0 + isf::kBlockSize;
+  EXPECT_EQ(std::tuple(bytes[record], bytes[record + 2]), std::tuple(0x00, 0x77));  // delta 0
+  EXPECT_EQ(TrailerCountOf(bytes), 8193u);
 }
 
 // The flags and time field of an item stored `delta` ms after (or before)
@@ -99,15 +82,15 @@ std::pair<std::uint8_t, std::vector<std::uint8_t>> StoreWithDelta(std::int64_t d
   file.AppendItem(second.get());
   file.Close();
   const auto bytes = ReadBytes(temp.path());
-  const std::uint8_t flags = bytes[4 + 7];
-  const auto* time = &bytes[kRecords + LoadLE32(&bytes[4 + 8])];
-  return {flags, std::vector<std::uint8_t>(time, time + isf::RecordHeaderSize(flags))};
+  const isf::Entry second_entry = EntryAt(bytes, 1);
+  const auto* time = &bytes[kRecords + second_entry.offset];
+  return {second_entry.flags,
+          std::vector<std::uint8_t>(time, time + isf::RecordHeaderSize(second_entry.flags))};
 }
 
 std::vector<std::uint8_t> Le64(std::uint64_t v) {
   std::vector<std::uint8_t> bytes(8);
-  for (int i = 0; i < 8; ++i)
-    bytes[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(v >> (8 * i));
+  StoreLE64(bytes.data(), v);
   return bytes;
 }
 
@@ -179,7 +162,7 @@ TEST(IsfWrite, ReopeningReadWriteWithoutAppendsKeepsSizeAndWriteTime) {
   ItemStoreFile file;
   file.Open(temp.u16(), false, nullptr);
   // The trailer is cut while the file is open for writing.
-  EXPECT_EQ(std::filesystem::file_size(temp.path()), before.size() - 16);
+  EXPECT_EQ(std::filesystem::file_size(temp.path()), before.size() - isf::kTrailerSize);
   EXPECT_EQ(file.GetItemCount(), 20u);
   file.Close();
   EXPECT_EQ(ReadBytes(temp.path()), before);
@@ -197,11 +180,11 @@ TEST(IsfWrite, ReopeningAndAppendingContinuesTheRecordsArea) {
   const auto after = ReadBytes(temp->path());
   ASSERT_EQ(after.size(), before.size() + 3);
   // New entry 20 points just past the old records; its record has delta 7.
-  const std::size_t entry = 4 + 20 * 7;
-  EXPECT_EQ(after[entry], 0x02);
-  EXPECT_EQ(LoadLE32(&after[entry + 1]), before.size() - 16 - kRecords);
-  EXPECT_EQ(after[before.size() - 16], 7);
-  EXPECT_EQ(LoadLE32(&after[after.size() - 8]), 21u);
+  const isf::Entry entry = EntryAt(after, 20);
+  EXPECT_EQ(entry.flags, 0x02);
+  EXPECT_EQ(entry.offset, before.size() - isf::kTrailerSize - kRecords);
+  EXPECT_EQ(after[before.size() - isf::kTrailerSize], 7);
+  EXPECT_EQ(TrailerCountOf(after), 21u);
 }
 
 TEST(IsfTemporary, DeletedOnCloseUnlessKept) {
