@@ -52,7 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     (void)list.Value(i);
     (void)list.RawText(i);
     (void)list.BitSize(i);
-    (void)list.FindByName(e.name, {.partial = true, .wrap = true});
+    (void)list.FindByName(e.name, {.wrap = true});
     (void)list.FindById(e.definition->id, false);
   }
   const std::u16string xml = FieldListXml(list);

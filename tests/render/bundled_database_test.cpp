@@ -68,12 +68,12 @@ TEST_F(BundledDatabase, NestedMostSignificantBitFirstHeaderOfAnIpPacket) {
   ParsedFieldList l(*db_, item.get());
   ASSERT_TRUE(l.Parse({}));
   EXPECT_EQ(l.Summary(), u"IPv4 ICMP, 84 bytes");
-  const std::uint32_t ttl = l.FindByName(u"ip.ttl", {.partial = true, .wrap = true});
+  const std::uint32_t ttl = l.FindByName(u"ip.ttl", {.wrap = true});
   ASSERT_NE(ttl, kNoIndex);
   EXPECT_EQ(l.ValueText(ttl), u"64");
   EXPECT_EQ(l.BitOffset(ttl), (6u + 8u) * 8u);
   EXPECT_EQ(l.Name(ttl, false), u"Protocol Packet IP.ip.ttl");
-  EXPECT_EQ(l.FindByName(u"ip.options", {.partial = true, .wrap = true}),
+  EXPECT_EQ(l.FindByName(u"ip.options", {.wrap = true}),
             kNoIndex);  // ihl 5: no options
 }
 

@@ -32,25 +32,25 @@ TEST(ParsedFieldList, FindWithAndWithoutWrapping) {
   ParsedFieldList& l = p.list;
   ASSERT_TRUE(p.ok);
   // With wrap: successive hits, then round again; names are case-sensitive.
-  EXPECT_EQ(l.FindByName(u"a", {.partial = true, .wrap = true}), 0u);
-  EXPECT_EQ(l.FindByName(u"a", {.partial = true, .wrap = true}), 2u);
-  EXPECT_EQ(l.FindByName(u"a", {.partial = true, .wrap = true}), 0u);
-  EXPECT_EQ(l.FindByName(u"zz", {.partial = true, .wrap = true}), kNoIndex);
-  EXPECT_EQ(l.FindByName(u"A", {.partial = true, .wrap = true}), kNoIndex);
+  EXPECT_EQ(l.FindByName(u"a", {.wrap = true}), 0u);
+  EXPECT_EQ(l.FindByName(u"a", {.wrap = true}), 2u);
+  EXPECT_EQ(l.FindByName(u"a", {.wrap = true}), 0u);
+  EXPECT_EQ(l.FindByName(u"zz", {.wrap = true}), kNoIndex);
+  EXPECT_EQ(l.FindByName(u"A", {.wrap = true}), kNoIndex);
   // Without wrap: a miss after the last hit, then from the start again.
-  EXPECT_EQ(l.FindByName(u"a", {.partial = true, .wrap = false}), 0u);
-  EXPECT_EQ(l.FindByName(u"a", {.partial = true, .wrap = false}), 2u);
-  EXPECT_EQ(l.FindByName(u"a", {.partial = true, .wrap = false}), kNoIndex);
-  EXPECT_EQ(l.FindByName(u"a", {.partial = true, .wrap = false}), 0u);
-  EXPECT_EQ(l.FindByName(u"c", {.partial = true, .wrap = false}),
+  EXPECT_EQ(l.FindByName(u"a", {}), 0u);
+  EXPECT_EQ(l.FindByName(u"a", {}), 2u);
+  EXPECT_EQ(l.FindByName(u"a", {}), kNoIndex);
+  EXPECT_EQ(l.FindByName(u"a", {}), 0u);
+  EXPECT_EQ(l.FindByName(u"c", {}),
             3u);  // a hit on the last entry resets
-  EXPECT_EQ(l.FindByName(u"a", {.partial = true, .wrap = false}), 0u);
+  EXPECT_EQ(l.FindByName(u"a", {}), 0u);
   // The From forms set the cursor first; a start past the end misses or wraps.
-  EXPECT_EQ(l.FindByNameFrom(u"a", 1, {.partial = true, .wrap = false}), 2u);
-  EXPECT_EQ(l.FindByNameFrom(u"a", 3, {.partial = true, .wrap = false}), kNoIndex);
-  EXPECT_EQ(l.FindByNameFrom(u"a", 3, {.partial = true, .wrap = true}), 0u);
-  EXPECT_EQ(l.FindByNameFrom(u"a", 4, {.partial = true, .wrap = false}), kNoIndex);
-  EXPECT_EQ(l.FindByNameFrom(u"b", 9, {.partial = true, .wrap = true}), 1u);
+  EXPECT_EQ(l.FindByNameFrom(u"a", 1, {}), 2u);
+  EXPECT_EQ(l.FindByNameFrom(u"a", 3, {}), kNoIndex);
+  EXPECT_EQ(l.FindByNameFrom(u"a", 3, {.wrap = true}), 0u);
+  EXPECT_EQ(l.FindByNameFrom(u"a", 4, {}), kNoIndex);
+  EXPECT_EQ(l.FindByNameFrom(u"b", 9, {.wrap = true}), 1u);
   EXPECT_EQ(l.FindByIdFrom(1, 1, false), 2u);
   EXPECT_EQ(l.FindByIdFrom(3, 7, false), kNoIndex);
   // By ID.
@@ -122,10 +122,10 @@ TEST(ParsedFieldList, ASecondParseRepeatsOnlyAFailedWalkFromTheStart) {
 
   EventParse p(t.db(), 1, {1, 2, 3});
   ASSERT_FALSE(p.ok);
-  EXPECT_EQ(p.list.FindByName(u"a", {.partial = true, .wrap = false}), 0u);
+  EXPECT_EQ(p.list.FindByName(u"a", {}), 0u);
   EXPECT_FALSE(p.list.Parse({}));
   EXPECT_EQ(p.Dump(), u"a=1@0 b=2@8 a=3@16 FAIL");
-  EXPECT_EQ(p.list.FindByName(u"a", {.partial = true, .wrap = false}),
+  EXPECT_EQ(p.list.FindByName(u"a", {}),
             0u);  // the cursors start over
 }
 

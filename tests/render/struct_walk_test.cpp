@@ -45,8 +45,8 @@ TEST(StructWalk, FieldsStructsAndArraysBuildIndexedPaths) {
   EXPECT_EQ(p.list.Name(1, false), u"Ent.hdr.rec[0].value");
   EventParse unnamed(t.db(), 1, {2, 10, 20}, true, false);
   EXPECT_EQ(unnamed.Dump(), u"=2@0 =10@8 =20@16");
-  EXPECT_EQ(unnamed.list.FindByName(u"hdr.n", {.partial = true, .wrap = true}), kNoIndex);
-  EXPECT_EQ(unnamed.list.FindByName(u"", {.partial = true, .wrap = true}), 0u);
+  EXPECT_EQ(unnamed.list.FindByName(u"hdr.n", {.wrap = true}), kNoIndex);
+  EXPECT_EQ(unnamed.list.FindByName(u"", {.wrap = true}), 0u);
   // A labelled field array: label, field name, index.
   EXPECT_EQ(Walk(Base().Row(kTop, kMemberField, kE, u"vals", kRepeatFixed, u"3"), {1, 2, 3, 4}),
             u"vals.e[0]=1@0 vals.e[1]=2@8 vals.e[2]=3@16");
