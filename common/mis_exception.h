@@ -60,7 +60,7 @@ inline constexpr CodeText kCodeTexts[] = {
 };
 
 // The text of `code`; "an unknown error" for a code not listed. Never null.
-const char* CodeTextOf(std::uint32_t code) noexcept;
+[[nodiscard]] const char* CodeTextOf(std::uint32_t code) noexcept;
 }  // namespace mis
 
 class cMISException : public std::exception {

@@ -82,11 +82,11 @@ std::uint32_t TimeFieldSize(TimeEncoding encoding);
 // Record header size for entry flags: time field plus 4 when bit 7 is set.
 std::uint32_t RecordHeaderSize(std::uint8_t flags);
 // Header plus payload bytes of the record an entry describes.
-std::uint32_t RecordSize(const Entry& entry);
+[[nodiscard]] std::uint32_t RecordSize(const Entry& entry);
 // Whether an entry can describe a record at all: a payload of 1..kMaxPayload
 // bytes in a record of at most kMaxRecord bytes. Every reader decides through
 // this before it trusts an entry (where the record lies is its own check).
-bool IsPlausibleEntry(const Entry& entry);
+[[nodiscard]] bool IsPlausibleEntry(const Entry& entry);
 
 // The encoding for an item stored `ms` ms since 1601 in a block whose base
 // time is `base_ms`: earlier than the base or a delta above 0xFFFFFFFE is

@@ -4,10 +4,10 @@
 
 #include <filesystem>
 #include <fstream>
-#include <random>
 #include <string>
 
 #include "items/item_config.h"
+#include "tests/support/temp_path.h"
 
 namespace quillon {
 namespace {
@@ -87,16 +87,14 @@ TEST(IniSettings, Encodings) {
 }
 
 TEST(IniSettings, Files) {
-  const auto path = std::filesystem::temp_directory_path() /
-                    ("quillon_items_ini_" + std::to_string(std::random_device{}()) + ".ini");
-  std::filesystem::remove(path);
+  const testsupport::TempPath temp(u"items", u".ini");
+  const std::filesystem::path& path = temp.path();
   IniSettings missing = IniSettings::FromFile(path.u16string());
   EXPECT_FALSE(missing.IsAvailable());
   EXPECT_EQ(missing.LastError(), 2u);
 
   std::ofstream(path, std::ios::binary) << "; by hand\r\n[Searcher]\r\nItems = \"5,1\"\r\n";
   IniSettings ini = IniSettings::FromFile(path.u16string());
-  std::filesystem::remove(path);
   ASSERT_TRUE(ini.IsAvailable());
   EXPECT_EQ(ini.LastError(), 0u);
   ItemConfig config(nullptr);

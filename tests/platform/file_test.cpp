@@ -7,12 +7,12 @@
 #include <fstream>
 #include <vector>
 
-#include "temp_path.h"
+#include "tests/support/temp_path.h"
 
 namespace quillon::platform {
 namespace {
 
-using testing::TempPath;
+using testsupport::TempPath;
 using Bytes = std::vector<std::uint8_t>;
 
 Bytes Pattern(std::size_t size, std::uint8_t seed) {

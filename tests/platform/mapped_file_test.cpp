@@ -5,12 +5,12 @@
 #include <cstdint>
 #include <vector>
 
-#include "temp_path.h"
+#include "tests/support/temp_path.h"
 
 namespace quillon::platform {
 namespace {
 
-using testing::TempPath;
+using testsupport::TempPath;
 
 std::uint8_t ByteAt(std::uint64_t offset) {
   return static_cast<std::uint8_t>((offset * 31) ^ (offset >> 9));

@@ -21,6 +21,7 @@
 #include "common/mis_exception.h"
 #include "store/isf_format.h"
 #include "store/item_factory.h"
+#include "tests/support/temp_path.h"
 
 namespace quillon::testing {
 
@@ -49,30 +50,10 @@ std::string WhatOf(F&& f) {
   return {};
 }
 
-// A unique path in the system's temporary folder, removed when destroyed.
-class TempFile {
+// A temporary item store file path.
+class TempFile : public testsupport::TempPath {
  public:
-  explicit TempFile(const std::string& stem = "isf") {
-    static std::atomic<unsigned> counter{0};
-    static const unsigned salt = std::random_device{}();
-    path_ = std::filesystem::temp_directory_path() /
-            ("quillon_store_" + stem + "_" + std::to_string(salt) + "_" +
-             std::to_string(counter++) + ".isf");
-    std::error_code ignored;
-    std::filesystem::remove(path_, ignored);
-  }
-  ~TempFile() {
-    std::error_code ignored;
-    std::filesystem::remove(path_, ignored);
-  }
-  TempFile(const TempFile&) = delete;
-  TempFile& operator=(const TempFile&) = delete;
-
-  const std::filesystem::path& path() const { return path_; }
-  std::u16string u16() const { return path_.u16string(); }
-
- private:
-  std::filesystem::path path_;
+  TempFile() : TempPath(u"store", u".isf") {}
 };
 
 inline std::vector<std::uint8_t> ReadBytes(const std::filesystem::path& path) {

@@ -7,6 +7,7 @@
 #include <array>
 #include <optional>
 
+#include "common/little_endian.h"
 #include "item_test_payloads.h"
 
 namespace quillon {
@@ -275,12 +276,6 @@ TEST(ItemColors, OtaTable) {
   }
 }
 
-std::uint64_t Le(const V& b, std::size_t at, int n) {
-  std::uint64_t v = 0;
-  for (int i = n - 1; i >= 0; --i) v = v << 8 | b[at + static_cast<std::size_t>(i)];
-  return v;
-}
-
 V Dlf(const ItemRecord& item, std::uint32_t capacity = kMaxItemPayload) {
   V out(capacity + 16, 0xEE);
   out.resize(item.GetDLFBuffer(out.data(), capacity));
@@ -316,9 +311,9 @@ TEST(DlfForm, LengthCodeTimeAndData) {
     const V d = Dlf(*Make(c.type, c.payload, false));
     const std::size_t size = c.payload.size() - c.data_from + 12;
     ASSERT_EQ(d.size(), size) << c.what;
-    EXPECT_EQ(Le(d, 0, 2), size) << c.what;
-    EXPECT_EQ(Le(d, 2, 2), c.code) << c.what;
-    EXPECT_EQ(Le(d, 4, 8), c.time) << c.what;
+    EXPECT_EQ(LoadLE16(&d[0]), size) << c.what;
+    EXPECT_EQ(LoadLE16(&d[2]), c.code) << c.what;
+    EXPECT_EQ(LoadLE64(&d[4]), c.time) << c.what;
     EXPECT_EQ(V(d.begin() + 12, d.end()), V(c.payload.begin() + c.data_from, c.payload.end()))
         << c.what;
   }

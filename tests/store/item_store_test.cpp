@@ -45,8 +45,7 @@ std::unique_ptr<ItemStoreFile> CreatedFile(const TempFile& temp) {
 std::u16string StringText(const ItemRecord& item) {
   std::u16string text;
   for (std::uint32_t i = 4; i + 1 < item.GetPayloadLength(); i += 2) {
-    const char16_t c =
-        static_cast<char16_t>(item.GetPayload()[i] | (item.GetPayload()[i + 1] << 8));
+    const char16_t c = LoadUtf16LE(item.GetPayload() + i);
     if (c == 0) break;
     text.push_back(c);
   }
