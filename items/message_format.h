@@ -12,7 +12,8 @@
 // past the payload's end) turns the whole message into "Error: Invalid
 // message format: <format>". The argument list is the payload from the
 // first argument on: conversions beyond the announced arguments read the
-// words that follow them (the format's bytes, then the file name). What the Windows runtime prints without fault ("%p", a null
+// words that follow them (the format's bytes, then the file name). What the Windows runtime prints
+// without fault ("%p", a null
 // "%s", huge widths) prints the same here. Nothing is ever read outside
 // the payload.
 #pragma once
