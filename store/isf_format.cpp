@@ -2,33 +2,6 @@
 
 namespace quillon::isf {
 
-std::uint32_t TimeFieldSize(TimeEncoding encoding) {
-  switch (encoding) {
-    case TimeEncoding::kDelta8:
-      return 1;
-    case TimeEncoding::kDelta16:
-      return 2;
-    case TimeEncoding::kDelta32:
-      return 4;
-    case TimeEncoding::kAbsolute:
-      break;
-  }
-  return 8;
-}
-
-std::uint32_t RecordHeaderSize(std::uint8_t flags) {
-  const Entry entry{flags, 0, 0};
-  return TimeFieldSize(entry.Encoding()) + (entry.HasAux() ? 4u : 0u);
-}
-
-std::uint32_t RecordSize(const Entry& entry) {
-  return RecordHeaderSize(entry.flags) + entry.length;
-}
-
-bool IsPlausibleEntry(const Entry& entry) {
-  return entry.length != 0 && entry.length <= kMaxPayload && RecordSize(entry) <= kMaxRecord;
-}
-
 TimeEncoding ChooseTimeEncoding(std::uint64_t ms, std::uint64_t base_ms) {
   if (ms < base_ms) return TimeEncoding::kAbsolute;
   const std::uint64_t delta = ms - base_ms;

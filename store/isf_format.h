@@ -70,23 +70,32 @@ struct Entry {
   std::uint32_t offset = 0;  // relative to the block's records area
   std::uint16_t length = 0;  // payload length
 
-  std::uint32_t TypeCode() const { return flags & kFlagTypeMask; }
-  TimeEncoding Encoding() const {
+  constexpr std::uint32_t TypeCode() const { return flags & kFlagTypeMask; }
+  constexpr TimeEncoding Encoding() const {
     return static_cast<TimeEncoding>((flags & kFlagTimeMask) >> kFlagTimeShift);
   }
-  bool HasAux() const { return (flags & kFlagAux) != 0; }
+  constexpr bool HasAux() const { return (flags & kFlagAux) != 0; }
 };
 
 // Size in bytes of the time field for an encoding: 1, 2, 4 or 8.
-std::uint32_t TimeFieldSize(TimeEncoding encoding);
+constexpr std::uint32_t TimeFieldSize(TimeEncoding encoding) {
+  return std::uint32_t{1} << static_cast<std::uint32_t>(encoding);
+}
 // Record header size for entry flags: time field plus 4 when bit 7 is set.
-std::uint32_t RecordHeaderSize(std::uint8_t flags);
+constexpr std::uint32_t RecordHeaderSize(std::uint8_t flags) {
+  const Entry entry{flags, 0, 0};
+  return TimeFieldSize(entry.Encoding()) + (entry.HasAux() ? 4u : 0u);
+}
 // Header plus payload bytes of the record an entry describes.
-[[nodiscard]] std::uint32_t RecordSize(const Entry& entry);
+[[nodiscard]] constexpr std::uint32_t RecordSize(const Entry& entry) {
+  return RecordHeaderSize(entry.flags) + entry.length;
+}
 // Whether an entry can describe a record at all: a payload of 1..kMaxPayload
 // bytes in a record of at most kMaxRecord bytes. Every reader decides through
 // this before it trusts an entry (where the record lies is its own check).
-[[nodiscard]] bool IsPlausibleEntry(const Entry& entry);
+[[nodiscard]] constexpr bool IsPlausibleEntry(const Entry& entry) {
+  return entry.length != 0 && entry.length <= kMaxPayload && RecordSize(entry) <= kMaxRecord;
+}
 
 // The encoding for an item stored `ms` ms since 1601 in a block whose base
 // time is `base_ms`: earlier than the base or a delta above 0xFFFFFFFE is
