@@ -57,11 +57,31 @@ def script_files():
     return sorted(result)
 
 
+def strip_here_documents(text):
+    """The script without the bodies of its here-documents: they are data
+    (a CMake file, a message), not commands."""
+    lines = text.split("\n")
+    out = []
+    i = 0
+    while i < len(lines):
+        line = lines[i]
+        out.append(line)
+        i += 1
+        for dash, _, word in re.findall(r"(?<!<)<<(?!<)(-?)\s*(['\"]?)([A-Za-z_]\w*)\2", line):
+            while i < len(lines) and (lines[i].lstrip("\t") if dash else lines[i]) != word:
+                i += 1
+            i += 1  # the terminator
+    return "\n".join(out)
+
+
 def commands_of(text):
     """The words at command position of a shell script: the first word of
     every simple command of its lists, pipelines, subshells and command
     substitutions. Quoted strings (awk programs, messages) are single
     words, case patterns and array literals are skipped."""
+    text = strip_here_documents(text)
+    # Arithmetic expansions ("$((n + 1))") hold no commands.
+    text = re.sub(r"\$\(\((?:[^()]|\([^()]*\))*\)\)", "0", text)
     text = text.replace("\\\n", " ")  # line continuations
     text = text.replace("${#", "${")  # "${#x}" is no comment
     lex = shlex.shlex(text, posix=True, punctuation_chars="();<>|&\n")

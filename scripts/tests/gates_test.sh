@@ -37,6 +37,13 @@ expect fail "set-up check when setup.sh drops wine" python3 "$work/setup/scripts
 setup_copy
 printf 'quillon-no-such-tool --help\n' >>"$work/setup/scripts/run.sh"
 expect fail "set-up check on a command no package provides" python3 "$work/setup/scripts/check_setup.py" "$work/setup"
+# A here-document's body is data, and arithmetic holds no commands; a
+# command after them still counts.
+setup_copy
+printf 'n=$((n + 1))\ncat >x.txt <<TEXT\nproject(Words)\nTEXT\n' >>"$work/setup/scripts/run.sh"
+expect pass "set-up check skips here-documents and arithmetic" python3 "$work/setup/scripts/check_setup.py" "$work/setup"
+printf 'quillon-no-such-tool --help\n' >>"$work/setup/scripts/run.sh"
+expect fail "set-up check on a command after a here-document" python3 "$work/setup/scripts/check_setup.py" "$work/setup"
 
 # Format check: a small git work tree with the project's style.
 mkdir -p "$work/format"
