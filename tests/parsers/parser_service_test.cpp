@@ -127,6 +127,13 @@ TEST_F(ParserServiceTest, OnlyTheUtf16SummaryNameGivesSummariesAtLoad) {
   EXPECT_EQ(TextOf(*DiagRequest()), "summary_twin 3 request 32768");
 }
 
+TEST_F(ParserServiceTest, TheSdkExampleParsesWhatItRegistered) {
+  LoadAll({"example_parser"});
+  EXPECT_EQ(TextOf(*DiagRequest()), "Request 3 bytes:\r\n4B 01 02");
+  EXPECT_EQ(SummaryOf(*DiagResponse()), "Response or event, 3 bytes");
+  EXPECT_EQ(TextOf(*Log(4660)), "no text: untouched");
+}
+
 TEST_F(ParserServiceTest, ALibraryMappedElsewhereIsUsedButNotFreed) {
   const std::u16string path = Plugin("good_a");
   const platform::LibraryOpenResult own =
