@@ -67,9 +67,10 @@ Export FindRegister(LibraryModule module) {
 }
 
 // At load time the summary export is looked up twice under its
-// `unsigned short` name: a library that exports only the `wchar_t` summary
-// twin registers without summary capability (it is still found at parse
-// time, so loading decides).
+// `unsigned short` name and never under the `wchar_t` twin's: a library
+// that exports only the twin loads without summary capability, and since
+// the choice of a library asks that capability, its twin is never called
+// (parse time would find it).
 Export FindSummaryAtLoad(LibraryModule module) {
   return FindInOrder(module, kSummaryU16, kSummaryU16, kSummaryPlain);
 }
