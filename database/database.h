@@ -127,7 +127,9 @@ class Database final : public ItemDatabaseView {
   const ItemEntry* FindMessageLevel(std::uint32_t first, std::uint32_t second) const;
   const ItemEntry* FindOtaType(std::uint32_t ota_code) const;
   // The OTA type for the numbers after the type code of an OTA LOG key: the
-  // row of the log code (element 0); further numbers do not select rows.
+  // row of the log code (element 0), provided that a kind (element 1), when
+  // there is one, is among the row's kinds or the row lists none. Further
+  // numbers do not select rows.
   const ItemEntry* FindOtaTypeByCodes(const std::vector<std::uint32_t>& codes) const;
   const ItemEntry* FindNvItem(std::uint32_t id) const;
   const ItemEntry* FindDisplay(std::uint32_t id) const;

@@ -177,7 +177,11 @@ const ItemEntry* Database::FindOtaType(std::uint32_t ota_code) const {
   return FindItem(DbItemTable::kOta, ota_code);
 }
 const ItemEntry* Database::FindOtaTypeByCodes(const std::vector<std::uint32_t>& codes) const {
-  return codes.empty() ? nullptr : FindOtaType(codes[0]);
+  const ItemEntry* row = codes.empty() ? nullptr : FindOtaType(codes[0]);
+  if (row == nullptr || codes.size() < 2 || row->ota_codes.empty()) return row;
+  return std::find(row->ota_codes.begin(), row->ota_codes.end(), codes[1]) != row->ota_codes.end()
+             ? row
+             : nullptr;
 }
 const ItemEntry* Database::FindNvItem(std::uint32_t id) const {
   return FindItem(DbItemTable::kNv, id);

@@ -92,6 +92,12 @@ bool ItemConfig::Accepts(const ItemRecord& item) const {
   if (!IsTypeEnabled(type)) return false;
   if (!HasKeySet(type)) return true;  // MALFORMED and GPS
   if (keys_[type].contains(item.Key())) return true;
+  if (type == kItemOtaLog && item.Key().size() == 2) {
+    // An OTA log whose layout tells no kind stands for every kind of its
+    // log code: any key of the code selects it.
+    const auto next = keys_[type].upper_bound(item.Key());
+    if (next != keys_[type].end() && (*next)[1] == item.Key()[1]) return true;
+  }
   return accept_unknowns_ && IsUnknownKey(item.Key());
 }
 

@@ -62,8 +62,10 @@ class ItemConfig {
   // slot 7: no operation of its own.
   // slot 8: the selection test:
   //   invalid item -> false; whole type accepted -> true; type disabled ->
-  //   false; MALFORMED, GPS -> true; key in the set -> true; accept
-  //   unknowns and key unknown to the database -> true; else false.
+  //   false; MALFORMED, GPS -> true; key in the set -> true (an OTA LOG
+  //   key without a kind, (8, code), matches every (8, code, ...) of the
+  //   set); accept unknowns and key unknown to the database -> true; else
+  //   false.
   virtual bool Accepts(const ItemRecord& item) const;
   // slot 9: no operation of its own.
   // slot 10: the key texts of the type's set joined by ","; empty for

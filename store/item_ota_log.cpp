@@ -1,7 +1,10 @@
 #include "store/item_ota_log.h"
 
 #include <array>
+#include <span>
 #include <utility>
+
+#include "parsers/ota_parsing.h"
 
 namespace quillon {
 
@@ -18,7 +21,34 @@ constexpr std::array<std::pair<std::uint32_t, std::uint32_t>, 22> kOtaColors = {
     {0x713A, 0xBEF4FF}, {0x107C, 0xDCE4DC},
 }};
 
+// The OTA kind: the first byte of the log content, where the public layout
+// of the log packet puts a channel type or a direction there.
+constexpr std::uint32_t kGsmRrLogCode = 0x512F;
+constexpr std::uint32_t kGprsMacLogCode = 0x5226;
+constexpr std::uint32_t kGprsSmGmmLogCode = 0x5230;
+constexpr std::uint32_t kUmtsNasLogCode = 0x713A;
+constexpr std::uint32_t kDownlinkBit = 0x80;
+
 }  // namespace
+
+std::optional<std::uint32_t> OtaKindOf(std::uint32_t log_code,
+                                       std::span<const std::uint8_t> payload) {
+  if (payload.size() <= kLogHeaderLength) return std::nullopt;
+  const std::uint32_t first = payload[kLogHeaderLength];
+  switch (log_code) {
+    case 0x412F:  // WCDMA RRC: channel type
+      return first;
+    case kGsmRrLogCode:  // GSM RR: channel type, the downlink bit dropped
+      return first & ~kDownlinkBit;
+    case kGprsMacLogCode:  // GPRS MAC: the downlink bit of the channel type
+      return (first & kDownlinkBit) != 0 ? 1u : 0u;
+    case kGprsSmGmmLogCode:  // GPRS SM/GMM and UMTS NAS: direction
+    case kUmtsNasLogCode:
+      return first;
+    default:
+      return std::nullopt;
+  }
+}
 
 std::uint32_t OtaLogColor(std::uint32_t log_code) {
   for (const auto& [code, color] : kOtaColors) {
@@ -27,11 +57,19 @@ std::uint32_t OtaLogColor(std::uint32_t log_code) {
   return kColorUnknown;
 }
 
-OtaLogItem::OtaLogItem(const ItemBufferRef& buffer) : LogPacketItem(kItemOtaLog, buffer) {}
+OtaLogItem::OtaLogItem(const ItemBufferRef& buffer) : LogPacketItem(kItemOtaLog, buffer) {
+  if (key_.size() != 2) return;
+  const std::span<const std::uint8_t> payload(GetPayload(), GetPayloadLength());
+  if (const auto kind = OtaKindOf(key_[1], payload)) key_.Append(*kind);
+}
 
 bool OtaLogItem::SetDefaultColor() {
   color_ = key_.size() >= 2 ? OtaLogColor(key_[1]) : kColorUnknown;
   return true;
+}
+
+bool OtaLogItem::GetParsedText(std::u16string& out, const ItemParserService* parsers) const {
+  return AppendOtaParsedText(*this, parsers, out);
 }
 
 }  // namespace quillon

@@ -2,17 +2,29 @@
 // The factory makes one from every LOG whose log code is an OTA log code.
 //
 // Layout, header, validity, specific timestamp and DLF form: as LOG
-// (store/item_log.h). Key: (8, log code). The key shape allows further
-// numbers after the log code (a channel, a message type); the log header
-// has no such fields, so items carry the log code alone.
+// (store/item_log.h). Key: (8, log code, kind) for the logs whose public
+// layout starts the log content with a channel type or a direction
+// (OtaKindOf), (8, log code) for the others and for a log without content.
 // Colour: a fixed table by log code; magenta for codes not in it.
 #pragma once
 
 #include <cstdint>
+#include <optional>
+#include <span>
 
 #include "store/item_log.h"
 
 namespace quillon {
+
+// The OTA kind of a log payload (envelope and log header included), from
+// the first content byte (offset 16):
+//   0x412F WCDMA RRC        the channel type
+//   0x512F GSM RR           the channel type without the downlink bit 0x80
+//   0x5226 GPRS MAC         1 when the channel type has the downlink bit, else 0
+//   0x5230 GPRS SM/GMM, 0x713A UMTS NAS   the direction byte
+// Nothing for other codes (CDMA, HDR) or a payload without content.
+std::optional<std::uint32_t> OtaKindOf(std::uint32_t log_code,
+                                       std::span<const std::uint8_t> payload);
 
 // The table colour of an OTA log code; magenta (kColorUnknown) otherwise.
 std::uint32_t OtaLogColor(std::uint32_t log_code);
@@ -20,6 +32,8 @@ std::uint32_t OtaLogColor(std::uint32_t log_code);
 class OtaLogItem final : public LogPacketItem {
  public:
   explicit OtaLogItem(const ItemBufferRef& buffer);
+  // The dynamic parser libraries, then the over-the-air decoders.
+  bool GetParsedText(std::u16string& out, const ItemParserService* parsers) const override;
   bool SetDefaultColor() override;
 };
 

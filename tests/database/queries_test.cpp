@@ -84,7 +84,9 @@ TEST(DbQueries, ItemLookupsAndOtaCodes) {
   EXPECT_EQ(db.FindMessageLevel(2, 5000), nullptr);
   EXPECT_TRUE(db.IsOtaLogCode(0x713A));
   EXPECT_FALSE(db.IsOtaLogCode(0x713B));
-  EXPECT_EQ(db.FindOtaTypeByCodes({0x713A, 1, 17})->name, u"GSM L3");
+  EXPECT_EQ(db.FindOtaTypeByCodes({0x713A, 1, 99})->name, u"GSM L3");  // kind 1 listed
+  EXPECT_EQ(db.FindOtaTypeByCodes({0x713A})->name, u"GSM L3");         // no kind
+  EXPECT_EQ(db.FindOtaTypeByCodes({0x713A, 2}), nullptr);              // kind not listed
   EXPECT_EQ(db.FindOtaTypeByCodes({}), nullptr);
   const ItemDatabaseView& view = db;
   EXPECT_TRUE(view.IsOtaLogCode(0x713A));

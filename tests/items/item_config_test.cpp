@@ -69,6 +69,17 @@ TEST_F(ItemConfigTest, SelectionRules) {
   EXPECT_EQ(config_.CategoryText(kItemGps), u"");
 }
 
+TEST_F(ItemConfigTest, OtaKindsSelectOtaLogsWithoutAKind) {
+  AddKeys({{8, 0x1004, 0}, {8, 0x412F, 3}});
+  config_.EnableType(kItemOtaLog);
+  config_.SetAcceptUnknowns(false);
+  EXPECT_TRUE(Accepts({8, 0x412F, 3}));
+  EXPECT_FALSE(Accepts({8, 0x412F, 4}));  // a kind the set does not name
+  EXPECT_TRUE(Accepts({8, 0x1004}));      // no kind: any kind of its code
+  EXPECT_TRUE(Accepts({8, 0x412F}));
+  EXPECT_FALSE(Accepts({8, 0x1005}));
+}
+
 TEST_F(ItemConfigTest, KeySetsEnableDisableAndClear) {
   AddKeys({{6, 1, 32}, {6, 1, 32}});  // a duplicate changes nothing
   EXPECT_EQ(config_.Keys(kItemMsg).size(), 1u);

@@ -59,7 +59,9 @@ TEST(ItemKeys, KeyAndHeaderLengthOfEachClass) {
       {"log without body", kItemLog, LogPayload(0xFFFF, 0, 0), {5, 0xFFFF}, 16},
       {"legacy message", kItemMsg, LegacyMessage(2, 0), {6, 0, 2}, {}},
       {"string bits 0-5 only", kItemString, Bytes().U32(0xFFFFFFC3), {7, 3}, 4},
-      {"ota log", kItemOtaLog, LogPayload(0x412F, 0), {8, 0x412F}, 16}};
+      {"ota log with its channel type", kItemOtaLog, LogPayload(0x412F, 0), {8, 0x412F, 0xAB}, 16},
+      {"ota log without content", kItemOtaLog, LogPayload(0x412F, 0, 0), {8, 0x412F}, 16},
+      {"ota log of no known layout", kItemOtaLog, LogPayload(0x1076, 0), {8, 0x1076}, 16}};
   for (const Case& c : cases) {
     ItemPtr item = Make(c.type, c.payload);
     ASSERT_NE(item, nullptr) << c.what;
@@ -77,6 +79,25 @@ TEST(ItemKeys, KeyAndHeaderLengthOfEachClass) {
   }
   const ItemPtr counted = Make(kItemEvent, cases[11].payload);
   EXPECT_EQ(static_cast<const EventItem&>(*counted).Record().payload_length, 4u);
+}
+
+TEST(ItemKeys, OtaKindFromTheFirstContentByte) {
+  struct Case {
+    std::uint32_t log_code;
+    std::uint32_t first_byte;
+    ItemKey key;
+  };
+  const Case cases[] = {
+      {0x412F, 0x05, {8, 0x412F, 5}}, {0x512F, 0x83, {8, 0x512F, 3}},
+      {0x5226, 0x81, {8, 0x5226, 1}}, {0x5226, 0x03, {8, 0x5226, 0}},
+      {0x5230, 0x01, {8, 0x5230, 1}}, {0x713A, 0x00, {8, 0x713A, 0}},
+      {0x1085, 0x07, {8, 0x1085}},  // HDR: no kind in the layout
+  };
+  for (const Case& c : cases) {
+    Bytes payload = LogPayload(c.log_code, 0, 0);
+    payload.U8(c.first_byte);
+    EXPECT_EQ(Make(kItemLog, payload)->Key(), c.key) << std::hex << c.log_code;
+  }
 }
 
 TEST(ItemKeys, ExtendedMessageSubsystemAndLevel) {

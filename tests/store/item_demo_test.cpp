@@ -50,7 +50,10 @@ TEST(DemoItems, EveryRecordMakesAValidItem) {
   for (std::uint32_t id : {276u, 277u, 278u, 639u}) {
     EXPECT_EQ(keys.count(ItemKey{kItemEvent, id}), 1u) << id;
   }
-  EXPECT_EQ(keys.count(ItemKey{kItemOtaLog, 0x713A}), 1u);
+  // NAS logs in both directions; RRC logs on the downlink CCCH.
+  EXPECT_EQ(keys.count(ItemKey{kItemOtaLog, 0x713A, 0}), 1u);
+  EXPECT_EQ(keys.count(ItemKey{kItemOtaLog, 0x713A, 1}), 1u);
+  EXPECT_EQ(keys.count(ItemKey{kItemOtaLog, 0x412F, 2}), 1u);
   EXPECT_GT(delayed_ok, 0);
   EXPECT_EQ(delayed_failed, 1);
   // The first item is received at 2024-03-01 09:30:00 UTC.

@@ -30,7 +30,7 @@ TEST(CreateItem, RefusesBadLengthsAndTypeCodes) {
 TEST(CreateItem, OtaLogCodesPromoteLogs) {
   for (std::uint32_t code : {0x1076u, 0x1077u, 0x1078u, 0x1079u, 0x107Cu, 0x1085u, 0x1086u, 0x412Fu,
                              0x512Fu, 0x5226u, 0x5230u, 0x713Au}) {
-    ItemPtr item = Make(kItemLog, LogPayload(code, 5));
+    ItemPtr item = Make(kItemLog, LogPayload(code, 5, 0));
     EXPECT_EQ(item->Key(), (ItemKey{kItemOtaLog, code}));
     EXPECT_EQ(item->GetHeaderLength(), 16u);
     EXPECT_TRUE(IsOtaLogCode(code, NullItemDatabaseView::Instance()));
