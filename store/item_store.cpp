@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "common/mis_exception.h"
+#include "database/database.h"
 #include "store/item_factory.h"
 
 namespace quillon {
@@ -21,7 +22,13 @@ constexpr std::uint32_t kMaxStringType = 4;
 
 }  // namespace
 
-ItemStore::ItemStore(const ItemDatabaseView& database) : database_(&database) {}
+ItemStore::ItemStore(const ItemDatabaseView& database)
+    : database_(&database), parsers_(new (std::nothrow) ParserService(nullptr)) {}
+
+ItemStore::ItemStore(const Database& database)
+    : database_(&database),
+      full_database_(&database),
+      parsers_(new (std::nothrow) ParserService(&database)) {}
 
 ItemStore::~ItemStore() {
   Lock lock(lock_);
@@ -32,6 +39,66 @@ ItemStore::~ItemStore() {
       // Nothing can report a failure here; the file object is reset anyway.
     }
   }
+  parsers_.reset();
+}
+
+void ItemStore::Notify(StoreNotification notification) {
+  if (notify_) notify_(notification);
+}
+
+ParserService& ItemStore::Parsers() const {
+  if (!parsers_) Throw(kMisCategoryCaller, mis::kCannotComplete);
+  return *parsers_;
+}
+
+void ItemStore::SetNotificationHandler(std::function<void(StoreNotification)> handler) {
+  Lock lock(lock_);
+  notify_ = std::move(handler);
+}
+
+bool ItemStore::LoadParser(std::u16string_view path, std::vector<ParserErrorRecord>& errors) {
+  Lock lock(lock_);
+  if (!parsers_) {
+    errors.clear();
+    errors.push_back(
+        {ParserErrorCategory::kNoService, mis::kCannotComplete, std::u16string(path), {}});
+    Throw(kMisCategoryCaller, mis::kCannotComplete);
+  }
+  const bool loaded = parsers_->Load(path, errors);
+  Notify(StoreNotification::kConfigurationChanged);
+  return loaded;
+}
+
+void ItemStore::UnloadParsers() {
+  Lock lock(lock_);
+  Parsers().UnloadAll();
+  Notify(StoreNotification::kConfigurationChanged);
+}
+
+void ItemStore::SetCDMAProtocolRevision(std::uint32_t revision) {
+  Lock lock(lock_);
+  revisions_.SetCdma(revision);
+  Notify(StoreNotification::kConfigurationChanged);
+}
+
+void ItemStore::SetWCDMAProtocolRevision(std::uint32_t revision) {
+  Lock lock(lock_);
+  revisions_.SetWcdma(revision);
+  Notify(StoreNotification::kConfigurationChanged);
+}
+
+ItemRenderServices ItemStore::RenderServices() const {
+  return ItemRenderServices{.database = full_database_, .parsers = this};
+}
+
+bool ItemStore::ParseToText(const ItemRecord& item, std::u16string& out) const {
+  Lock lock(lock_);
+  return Parsers().ParseToText(item, out);
+}
+
+bool ItemStore::ParseToSummary(const ItemRecord& item, std::u16string& out) const {
+  Lock lock(lock_);
+  return Parsers().ParseToSummary(item, out);
 }
 
 bool ItemStore::AttachFile(std::unique_ptr<ItemStoreFile> file, std::uint32_t mode,
@@ -91,6 +158,7 @@ ItemPtr ItemStore::GetItem(std::uint32_t index) {
   if (item && apply_user_colors_) {
     if (const auto color = database_->FindUserItemColor(item->Key())) item->SetColor(*color);
   }
+  if (item) revisions_.Stamp(*item);
   return item;
 }
 
