@@ -108,10 +108,11 @@ AutoVariant CAutoColorItem::GetItemDLFBuffer() const {
 
 std::u16string CAutoColorItem::Render(ItemTextKind kind, const ItemRenderOptions& options) const {
   const ItemRecord* item = Item();
-  if (!item) return {};
+  const std::shared_ptr<ItemStore> store = store_.lock();
+  if (!item || !store) return {};
   try {
     ItemTextRequest request{{kind, std::u16string()}};
-    const ItemRenderServices services{.database = &automation::ProcessDatabase()};
+    const ItemRenderServices services = store->RenderServices();
     item->GetTexts(request, options, &services);
     return std::move(request[kind]);
   } catch (...) {
@@ -150,10 +151,11 @@ std::u16string CAutoColorItem::GetItemSummary() const { return Render(ItemTextKi
 
 std::u16string CAutoColorItem::GetItemParsedText() const {
   const ItemRecord* item = Item();
-  if (!item) return {};
+  const std::shared_ptr<ItemStore> store = store_.lock();
+  if (!item || !store) return {};
   try {
     std::u16string text;
-    if (!item->GetParsedText(text, nullptr)) return {};
+    if (!item->GetParsedText(text, store->RenderServices().parsers)) return {};
     return text;
   } catch (...) {
     return {};

@@ -1,6 +1,7 @@
 #include "automation/auto_item_store_files.h"
 
 #include <utility>
+#include <vector>
 
 #include "automation/auto_color_item.h"
 #include "automation/module.h"
@@ -126,6 +127,52 @@ std::unique_ptr<CAutoColorItem> CAutoItemStoreFiles::GetItem(std::uint32_t store
   } catch (...) {
     return nullptr;
   }
+}
+
+bool CAutoItemStoreFiles::SetCDMAProtocolRevision(std::uint32_t store, std::uint32_t revision) {
+  const auto target = Find(store);
+  if (!target) return false;
+  try {
+    target->SetCDMAProtocolRevision(revision);
+  } catch (...) {
+    // A revision out of range changes nothing; the handle exists.
+  }
+  return true;
+}
+
+bool CAutoItemStoreFiles::SetWCDMAProtocolRevision(std::uint32_t store, std::uint32_t revision) {
+  const auto target = Find(store);
+  if (!target) return false;
+  try {
+    target->SetWCDMAProtocolRevision(revision);
+  } catch (...) {
+    // As above.
+  }
+  return true;
+}
+
+bool CAutoItemStoreFiles::LoadParser(std::uint32_t store, std::u16string_view path) {
+  const auto target = Find(store);
+  if (!target) return false;
+  try {
+    // The error records say why a load failed; no automation method
+    // reports them.
+    std::vector<ParserErrorRecord> errors;
+    return target->LoadParser(path, errors);
+  } catch (...) {
+    return false;
+  }
+}
+
+bool CAutoItemStoreFiles::UnloadParsers(std::uint32_t store) {
+  const auto target = Find(store);
+  if (!target) return false;
+  try {
+    target->UnloadParsers();
+  } catch (...) {
+    // Nothing was loaded into a store without a parser service.
+  }
+  return true;
 }
 
 }  // namespace quillon

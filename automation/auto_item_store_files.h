@@ -54,6 +54,15 @@ class CAutoItemStoreFiles final : public AutoObject {
   // handle or an index the store cannot serve.
   std::unique_ptr<CAutoColorItem> GetItem(std::uint32_t store, std::uint32_t index);
 
+  // Per-store settings of how items render. The revisions are true for
+  // any open handle (a value out of range is ignored); LoadParser is true
+  // only when the library was loaded; UnloadParsers frees the libraries
+  // this store loaded and is true for any open handle.
+  bool SetCDMAProtocolRevision(std::uint32_t store, std::uint32_t revision);
+  bool SetWCDMAProtocolRevision(std::uint32_t store, std::uint32_t revision);
+  bool LoadParser(std::uint32_t store, std::u16string_view path);
+  bool UnloadParsers(std::uint32_t store);
+
  private:
   std::shared_ptr<ItemStore> Find(std::uint32_t store) const;
   std::uint32_t Adopt(std::shared_ptr<ItemStore> store);

@@ -99,6 +99,40 @@ AutoClass MakeItemStoreFiles() {
                [](AutoObject& o, Args a) {
                  return Object(Self<S>(o).GetItem(a[0].AsUI4(), a[1].AsUI4()));
                }},
+              {8,
+               "SetCDMAProtocolRevision",
+               {{T::kUI4, "hISF"}, {T::kUI4, "rev"}},
+               T::kBool,
+               "Set the CDMA protocol revision in use",
+               [](AutoObject& o, Args a) {
+                 return AutoVariant::Bool(
+                     Self<S>(o).SetCDMAProtocolRevision(a[0].AsUI4(), a[1].AsUI4()));
+               }},
+              {9,
+               "LoadParser",
+               {{T::kUI4, "hISF"}, {T::kBstr, "pDLLPath"}},
+               T::kBool,
+               "Load a dynamic parsing DLL",
+               [](AutoObject& o, Args a) {
+                 return AutoVariant::Bool(Self<S>(o).LoadParser(a[0].AsUI4(), a[1].AsText()));
+               }},
+              {10,
+               "UnloadParsers",
+               {{T::kUI4, "hISF"}},
+               T::kBool,
+               "Disable dynamic parsing DLL service by unloading all DLLs",
+               [](AutoObject& o, Args a) {
+                 return AutoVariant::Bool(Self<S>(o).UnloadParsers(a[0].AsUI4()));
+               }},
+              {11,
+               "SetWCDMAProtocolRevision",
+               {{T::kUI4, "hISF"}, {T::kUI4, "rev"}},
+               T::kBool,
+               "Set the WCDMA protocol revision in use",
+               [](AutoObject& o, Args a) {
+                 return AutoVariant::Bool(
+                     Self<S>(o).SetWCDMAProtocolRevision(a[0].AsUI4(), a[1].AsUI4()));
+               }},
           }};
 }
 

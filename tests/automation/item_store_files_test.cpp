@@ -116,5 +116,22 @@ TEST_F(ItemStoreFilesTest, ClosingWritesTheFileAndReleasesItsItems) {
   EXPECT_EQ(TextOf(*files.GetItem(again, 1)), u"beta");
 }
 
+TEST_F(ItemStoreFilesTest, RenderingSettingsNeedAnOpenHandle) {
+  const std::uint32_t h = files.LoadItemStore(SamplePath());
+  const std::uint32_t closed = files.CreateItemStore(a.u16());
+  files.CloseItemStore(closed);
+  for (const std::uint32_t rev : {0u, 11u, 12u, kAutoFailure}) {
+    EXPECT_TRUE(files.SetCDMAProtocolRevision(h, rev));
+    EXPECT_TRUE(files.SetWCDMAProtocolRevision(h, rev));
+  }
+  EXPECT_FALSE(files.LoadParser(h, u"/nonexistent/parser.so"));
+  EXPECT_FALSE(files.LoadParser(h, u""));
+  EXPECT_TRUE(files.UnloadParsers(h));
+  EXPECT_FALSE(files.SetCDMAProtocolRevision(closed, 1));
+  EXPECT_FALSE(files.SetWCDMAProtocolRevision(closed, 1));
+  EXPECT_FALSE(files.LoadParser(closed, u"/nonexistent/parser.so"));
+  EXPECT_FALSE(files.UnloadParsers(closed));
+}
+
 }  // namespace
 }  // namespace quillon::testing
