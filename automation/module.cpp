@@ -1,7 +1,6 @@
 #include "automation/module.h"
 
 #include <atomic>
-#include <cassert>
 #include <mutex>
 
 #include "automation/auto_object.h"
@@ -65,8 +64,9 @@ std::uint32_t LiveObjectCount() { return g_objects.load(); }
 std::uint32_t LockCount() { return g_locks.load(); }
 void LockModule() { ++g_locks; }
 void UnlockModule() {
-  assert(g_locks.load() > 0);
-  --g_locks;
+  std::uint32_t locks = g_locks.load();
+  while (locks > 0 && !g_locks.compare_exchange_weak(locks, locks - 1)) {
+  }
 }
 bool CanUnloadNow() { return g_objects.load() == 0 && g_locks.load() == 0; }
 

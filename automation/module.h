@@ -43,7 +43,7 @@ std::uint32_t LiveObjectCount();
 // locks (IClassFactory::LockServer).
 std::uint32_t LockCount();
 void LockModule();
-// Requires: a matching LockModule.
+// Takes back one lock; without a lock left it does nothing.
 void UnlockModule();
 // True when no object and no lock remain.
 bool CanUnloadNow();
