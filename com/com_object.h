@@ -4,8 +4,9 @@
 // object of the two creatable classes.
 #pragma once
 
-#include <oleauto.h>
 #include <windows.h>
+// windows.h first: the headers below need its types.
+#include <oleauto.h>
 
 #include <atomic>
 #include <memory>

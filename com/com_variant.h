@@ -3,8 +3,9 @@
 // automation/.
 #pragma once
 
-#include <oleauto.h>
 #include <windows.h>
+// windows.h first: the headers below need its types.
+#include <oleauto.h>
 
 #include <deque>
 #include <string>

@@ -1,9 +1,10 @@
 // Quillon.dll's four exports: class objects of the creatable classes,
 // unload checks and self-registration (type library, classes, ProgIDs,
 // apartment threading).
+#include <windows.h>
+// windows.h first: the headers below need its types.
 #include <oleauto.h>
 #include <olectl.h>
-#include <windows.h>
 
 #include <array>
 #include <memory>
@@ -137,8 +138,11 @@ extern "C" HRESULT STDAPICALLTYPE DllRegisterServer() {
 
 extern "C" HRESULT STDAPICALLTYPE DllUnregisterServer() {
   const AutoTypeLibrary& lib = QuillonTypeLibrary();
-  if (FAILED(UnRegisterTypeLib(GuidOf(lib.library_id), lib.major_version, lib.minor_version, 0,
-                               SYS_WIN64))) {
+  const GUID id = GuidOf(lib.library_id);
+  // Locale 0 first; registration files the library under its own locale
+  // (0x409), which is where the platform finds it when 0 is not there.
+  if (FAILED(UnRegisterTypeLib(id, lib.major_version, lib.minor_version, 0, SYS_WIN64)) &&
+      FAILED(UnRegisterTypeLib(id, lib.major_version, lib.minor_version, lib.locale, SYS_WIN64))) {
     return SELFREG_E_TYPELIB;
   }
   for (const ClassFactory& factory : ClassObjects()) {
