@@ -57,11 +57,29 @@ def script_files():
     return sorted(result)
 
 
+def without_heredocs(text):
+    """The script without the bodies of its here-documents (file contents,
+    not commands)."""
+    out, delimiter = [], None
+    for line in text.split("\n"):
+        if delimiter is not None:
+            if line.strip("\t") == delimiter:
+                delimiter = None
+                out.append("")
+            continue
+        out.append(line)
+        m = re.search(r"<<-?\s*['\"]?([A-Za-z_][A-Za-z0-9_]*)['\"]?", line)
+        if m:
+            delimiter = m.group(1)
+    return "\n".join(out)
+
+
 def commands_of(text):
     """The words at command position of a shell script: the first word of
     every simple command of its lists, pipelines, subshells and command
     substitutions. Quoted strings (awk programs, messages) are single
     words, case patterns and array literals are skipped."""
+    text = without_heredocs(text)
     text = text.replace("\\\n", " ")  # line continuations
     text = text.replace("${#", "${")  # "${#x}" is no comment
     lex = shlex.shlex(text, posix=True, punctuation_chars="();<>|&\n")
@@ -120,7 +138,11 @@ def commands_of(text):
             continue
         if "$(" in tok:  # a substitution inside a quoted word
             for inner in tok.split("$(")[1:]:
-                words |= commands_of(inner.split(")")[0])
+                if not inner.startswith("("):  # "$((": arithmetic
+                    words |= commands_of(inner.split(")")[0])
+        if tok.endswith("$") and nxt == "(" and tokens[i + 2:i + 3] == ["("]:
+            arithmetic = True  # "x=$((": arithmetic, no command
+            continue
         if tok.endswith("$"):  # "x=$(": the substitution opens a command
             at_command = False
             continue
