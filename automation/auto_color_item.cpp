@@ -126,17 +126,17 @@ std::u16string CAutoColorItem::GetItemTypeText() const {
 
 std::u16string CAutoColorItem::GetItemKeyText() const { return Render(ItemTextKind::kKeyText, {}); }
 
-std::u16string CAutoColorItem::GetItemTimestampText(bool want_date, bool want_milliseconds) const {
-  return Render(ItemTextKind::kTimestampText, {.want_date = want_date,
-                                               .want_milliseconds = want_milliseconds,
+std::u16string CAutoColorItem::GetItemTimestampText(const TimestampTextOptions& options) const {
+  return Render(ItemTextKind::kTimestampText, {.want_date = options.want_date,
+                                               .want_milliseconds = options.want_milliseconds,
                                                .specific_timestamp = false,
                                                .timestamp_flag = false});
 }
 
-std::u16string CAutoColorItem::GetItemSpecificTimestampText(bool want_date,
-                                                            bool want_milliseconds) const {
-  return Render(ItemTextKind::kTimestampText, {.want_date = want_date,
-                                               .want_milliseconds = want_milliseconds,
+std::u16string CAutoColorItem::GetItemSpecificTimestampText(
+    const TimestampTextOptions& options) const {
+  return Render(ItemTextKind::kTimestampText, {.want_date = options.want_date,
+                                               .want_milliseconds = options.want_milliseconds,
                                                .specific_timestamp = true,
                                                .timestamp_flag = false});
 }

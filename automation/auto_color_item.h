@@ -28,6 +28,12 @@ struct ItemFieldsRequest {
   bool field_names = true;          // keep each field's name
 };
 
+// What a timestamp text shows besides the time of day.
+struct TimestampTextOptions {
+  bool want_date = false;         // "MM/DD/YYYY " first
+  bool want_milliseconds = true;  // ".mmm" last
+};
+
 // What an ad-hoc field read describes.
 struct ItemFieldRead {
   std::uint32_t field_type = 0;  // 0..14
@@ -71,8 +77,8 @@ class CAutoColorItem final : public AutoObject {
   // Rendered texts; empty without an item.
   std::u16string GetItemTypeText() const;
   std::u16string GetItemKeyText() const;
-  std::u16string GetItemTimestampText(bool want_date, bool want_milliseconds) const;
-  std::u16string GetItemSpecificTimestampText(bool want_date, bool want_milliseconds) const;
+  std::u16string GetItemTimestampText(const TimestampTextOptions& options) const;
+  std::u16string GetItemSpecificTimestampText(const TimestampTextOptions& options) const;
   std::u16string GetItemBufferText(bool include_header_bytes) const;
   std::u16string GetItemName() const;
   std::u16string GetItemSummary() const;

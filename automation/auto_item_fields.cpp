@@ -52,9 +52,9 @@ std::u16string CAutoItemFields::GetFieldValueText(std::uint32_t index) const {
 }
 
 std::uint32_t CAutoItemFields::GetFieldIndexFrom(std::u16string_view name, std::uint32_t start,
-                                                 bool partial, bool loop) {
+                                                 const FieldFindOptions& options) {
   if (!valid_) return kAutoFailure;
-  return list_->FindByNameFrom(name, start, partial, loop);
+  return list_->FindByNameFrom(name, start, options.partial, options.loop);
 }
 
 std::uint32_t CAutoItemFields::GetFieldIndexByID(std::uint32_t field_id) {

@@ -23,6 +23,12 @@ class ItemRecord;
 class ParsedFieldList;
 struct ItemFieldsRequest;
 
+// How a find from a start index searches.
+struct FieldFindOptions {
+  bool partial = false;  // match the field's own name, else its full name
+  bool loop = false;     // go on at field 0 after the last field
+};
+
 class CAutoItemFields final : public AutoObject {
  public:
   // A null or invalid item gives an object that is not valid.
@@ -44,8 +50,8 @@ class CAutoItemFields final : public AutoObject {
   // The field's own name with `own_name`, else its full display name.
   std::u16string GetFieldName(std::uint32_t index, bool own_name) const;
   std::u16string GetFieldValueText(std::uint32_t index) const;
-  std::uint32_t GetFieldIndexFrom(std::u16string_view name, std::uint32_t start, bool partial,
-                                  bool loop);
+  std::uint32_t GetFieldIndexFrom(std::u16string_view name, std::uint32_t start,
+                                  const FieldFindOptions& options);
   // By field ID, without wrapping.
   std::uint32_t GetFieldIndexByID(std::uint32_t field_id);
   std::uint32_t GetFieldIndexFromByID(std::uint32_t field_id, std::uint32_t start, bool loop);

@@ -196,7 +196,8 @@ AutoClass MakeColorItem() {
            T::kBstr,
            "Get item generic timestamp as a string",
            [](AutoObject& o, Args a) {
-             return Text(Self<C>(o).GetItemTimestampText(a[0].AsBool(), a[1].AsBool()));
+             return Text(Self<C>(o).GetItemTimestampText(
+                 {.want_date = a[0].AsBool(), .want_milliseconds = a[1].AsBool()}));
            }},
           {409,
            "GetItemSpecificTimestampText",
@@ -204,7 +205,8 @@ AutoClass MakeColorItem() {
            T::kBstr,
            "Get item specific timestamp as a string",
            [](AutoObject& o, Args a) {
-             return Text(Self<C>(o).GetItemSpecificTimestampText(a[0].AsBool(), a[1].AsBool()));
+             return Text(Self<C>(o).GetItemSpecificTimestampText(
+                 {.want_date = a[0].AsBool(), .want_milliseconds = a[1].AsBool()}));
            }},
           {410,
            "GetItemBufferText",
@@ -391,8 +393,8 @@ AutoClass MakeColorItemFields() {
            "Get index of the (first) field that matches the given name starting from a given "
            "index",
            [](AutoObject& o, Args a) {
-             return AutoVariant::UI4(Self<F>(o).GetFieldIndexFrom(a[0].AsText(), a[1].AsUI4(),
-                                                                  a[2].AsBool(), a[3].AsBool()));
+             return AutoVariant::UI4(Self<F>(o).GetFieldIndexFrom(
+                 a[0].AsText(), a[1].AsUI4(), {.partial = a[2].AsBool(), .loop = a[3].AsBool()}));
            }},
           {609,
            "GetFieldIndexByID",

@@ -48,8 +48,8 @@ TEST_F(ColorItemTest, LogPayloadWithAndWithoutHeaderBytes) {
   EXPECT_EQ(std::vector<std::uint8_t>(whole.begin() + 16, whole.end()), content);
   EXPECT_EQ(log->GetItemType(), 5u);
   EXPECT_EQ(log->GetItemTypeText(), u"LOG");
-  EXPECT_EQ(log->GetItemTimestampText(true, true), u"03/01/2024 09:30:00.427");
-  EXPECT_EQ(log->GetItemTimestampText(false, false), u"09:30:00");
+  EXPECT_EQ(log->GetItemTimestampText({.want_date = true}), u"03/01/2024 09:30:00.427");
+  EXPECT_EQ(log->GetItemTimestampText({.want_milliseconds = false}), u"09:30:00");
 }
 
 TEST_F(ColorItemTest, HeaderRulesOfBufferAndSize) {
@@ -104,11 +104,13 @@ TEST_F(ColorItemTest, TextMethodsAskTheCoreForTheirKind) {
       {"stamp",
        ItemTextKind::kTimestampText,
        {.want_date = true, .want_milliseconds = false, .timestamp_flag = false},
-       [](auto& i) { return i.GetItemTimestampText(true, false); }},
+       [](auto& i) {
+         return i.GetItemTimestampText({.want_date = true, .want_milliseconds = false});
+       }},
       {"specific",
        ItemTextKind::kTimestampText,
        {.want_date = false, .specific_timestamp = true, .timestamp_flag = false},
-       [](auto& i) { return i.GetItemSpecificTimestampText(false, true); }},
+       [](auto& i) { return i.GetItemSpecificTimestampText({}); }},
   };
   for (const std::uint32_t index :
        {kSampleString, kSampleOtaLog, kSampleEvent, kSampleLog, kSampleMalformed}) {

@@ -55,8 +55,8 @@ TEST_F(FieldsTest, AnswersMatchTheParsedList) {
   }
   const std::u16string name = list.Name(1, true);
   EXPECT_EQ(fields->GetFieldIndex(name, true), 1u);
-  EXPECT_EQ(fields->GetFieldIndexFrom(name, 2, true, false), kAutoFailure);
-  EXPECT_EQ(fields->GetFieldIndexFrom(name, 2, true, true), 1u);
+  EXPECT_EQ(fields->GetFieldIndexFrom(name, 2, {.partial = true}), kAutoFailure);
+  EXPECT_EQ(fields->GetFieldIndexFrom(name, 2, {.partial = true, .loop = true}), 1u);
   const std::uint32_t id = list.Entries()[1].definition->id;
   EXPECT_EQ(fields->GetFieldIndexByID(id), 1u);
   EXPECT_EQ(fields->GetFieldIndexFromByID(id, 0, false), 1u);
@@ -89,7 +89,7 @@ TEST_F(FieldsTest, ObjectWithoutItemIsNotValid) {
   EXPECT_EQ(none.GetXML(), u"");
   EXPECT_EQ(none.GetFieldCount(), 0u);
   EXPECT_EQ(none.GetFieldIndexByID(1), kAutoFailure);
-  EXPECT_EQ(none.GetFieldIndexFrom(u"x", 0, true, true), kAutoFailure);
+  EXPECT_EQ(none.GetFieldIndexFrom(u"x", 0, {.partial = true, .loop = true}), kAutoFailure);
 }
 
 class EventServiceTest : public ::testing::Test {
