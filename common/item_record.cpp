@@ -11,7 +11,9 @@ ItemRecord::ItemRecord(std::uint32_t type_code, const ItemBufferRef& buffer)
 
 std::uint32_t ItemRecord::GetDLFBuffer(std::uint8_t*, std::uint32_t) const { return 0; }
 
-bool ItemRecord::GetParsedText(std::u16string&, const ItemParserService*) const { return false; }
+bool ItemRecord::GetParsedText(std::u16string& out, const ItemParserService* parsers) const {
+  return parsers != nullptr && parsers->ParseToText(*this, out);
+}
 
 void ItemRecord::GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
                           const ItemRenderServices*) const {

@@ -49,7 +49,11 @@ class ItemRecord {
   // slot 1: the legacy DLF packet form; 0 bytes when it does not fit or the
   // item is invalid.
   virtual std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const;
-  // slot 2: text produced by a dynamic parser for this item.
+  // slot 2: the parser-library text of this item. Base: the text of the
+  // store's dynamic parser libraries (`parsers` may be null: no text),
+  // replacing `out`; false, `out` untouched, when none produces one. DIAG
+  // RX, DIAG TX, GPS and OTA LOG items append instead, and after the
+  // dynamic libraries consult the over-the-air decoders.
   virtual bool GetParsedText(std::u16string& out, const ItemParserService* parsers) const;
   // slot 3: the single entry point for rendered texts.
   virtual void GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,

@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "common/item_record.h"
+#include "common/item_render_context.h"
 #include "items/item_config.h"
 #include "platform/dynamic_library.h"
 
@@ -67,13 +68,13 @@ struct ParserEntry {
 
 enum class ParseOutput { kText, kSummary };
 
-class ParserService {
+class ParserService final : public ItemParserService {
  public:
   // `database` (may be null) is what the libraries' configurations ask
   // about keys; it must outlive the service.
   explicit ParserService(const Database* database);
   // Unloads every library (UnloadAll).
-  ~ParserService();
+  ~ParserService() override;
   ParserService(const ParserService&) = delete;
   ParserService& operator=(const ParserService&) = delete;
 
@@ -97,8 +98,8 @@ class ParserService {
   // the parse function returned 0; false, `out` untouched, when the item is
   // invalid, no library takes it, the export is gone, or the function
   // failed, threw or faulted (the result then counts as kParseCallFailed).
-  bool ParseToText(const ItemRecord& item, std::u16string& out) const;
-  bool ParseToSummary(const ItemRecord& item, std::u16string& out) const;
+  bool ParseToText(const ItemRecord& item, std::u16string& out) const override;
+  bool ParseToSummary(const ItemRecord& item, std::u16string& out) const override;
 
   const std::vector<ParserEntry>& Entries() const { return entries_; }
 

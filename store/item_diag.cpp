@@ -1,5 +1,6 @@
 #include "store/item_diag.h"
 
+#include "parsers/ota_parsing.h"
 #include "store/dlf_packet.h"
 #include "store/item_payload.h"
 
@@ -74,6 +75,14 @@ std::uint32_t DiagRequestItem::GetDLFBuffer(std::uint8_t* out, std::uint32_t cap
 bool DiagRequestItem::SetDefaultColor() {
   color_ = kColorRequest;
   return true;
+}
+
+bool DiagResponseItem::GetParsedText(std::u16string& out, const ItemParserService* parsers) const {
+  return AppendOtaParsedText(*this, parsers, out);
+}
+
+bool DiagRequestItem::GetParsedText(std::u16string& out, const ItemParserService* parsers) const {
+  return AppendOtaParsedText(*this, parsers, out);
 }
 
 }  // namespace quillon

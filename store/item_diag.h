@@ -35,6 +35,8 @@ class DiagResponseItem final : public ItemRecord {
   // Red for error responses; otherwise light blue. Commands 0x26 and 0x27
   // would take their colour from the item configuration, which items do
   // not see; they keep light blue.
+  // The dynamic parser libraries, then the over-the-air decoders.
+  bool GetParsedText(std::u16string& out, const ItemParserService* parsers) const override;
   bool SetDefaultColor() override;
 };
 
@@ -44,6 +46,8 @@ class DiagRequestItem final : public ItemRecord {
 
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
   std::uint32_t GetHeaderLength() const override { return buffer_.IsValid() ? 1 : 0; }
+  // The dynamic parser libraries, then the over-the-air decoders.
+  bool GetParsedText(std::u16string& out, const ItemParserService* parsers) const override;
   bool SetDefaultColor() override;
 };
 

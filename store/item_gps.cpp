@@ -1,5 +1,6 @@
 #include "store/item_gps.h"
 
+#include "parsers/ota_parsing.h"
 #include "store/item_payload.h"
 
 namespace quillon {
@@ -28,6 +29,10 @@ bool GpsItem::IsValid() const { return ItemRecord::IsValid() && HasWholeRecord()
 bool GpsItem::SetDefaultColor() {
   color_ = kColorGps;
   return true;
+}
+
+bool GpsItem::GetParsedText(std::u16string& out, const ItemParserService* parsers) const {
+  return AppendOtaParsedText(*this, parsers, out);
 }
 
 }  // namespace quillon

@@ -23,6 +23,8 @@ class GpsItem final : public ItemRecord {
   std::uint32_t GetHeaderLength() const override { return 0; }
   ItemTimestamp GetSpecificTimestamp() const override;
   bool IsValid() const override;
+  // The dynamic parser libraries, then the over-the-air decoders.
+  bool GetParsedText(std::u16string& out, const ItemParserService* parsers) const override;
   bool SetDefaultColor() override;
 
   // The record as it lies (missing fields read as zero).

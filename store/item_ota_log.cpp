@@ -3,6 +3,8 @@
 #include <array>
 #include <utility>
 
+#include "parsers/ota_parsing.h"
+
 namespace quillon {
 
 namespace {
@@ -32,6 +34,10 @@ OtaLogItem::OtaLogItem(const ItemBufferRef& buffer) : LogPacketItem(kItemOtaLog,
 bool OtaLogItem::SetDefaultColor() {
   color_ = key_.size() >= 2 ? OtaLogColor(key_[1]) : kColorUnknown;
   return true;
+}
+
+bool OtaLogItem::GetParsedText(std::u16string& out, const ItemParserService* parsers) const {
+  return AppendOtaParsedText(*this, parsers, out);
 }
 
 }  // namespace quillon

@@ -20,6 +20,8 @@ std::uint32_t OtaLogColor(std::uint32_t log_code);
 class OtaLogItem final : public LogPacketItem {
  public:
   explicit OtaLogItem(const ItemBufferRef& buffer);
+  // The dynamic parser libraries, then the over-the-air decoders.
+  bool GetParsedText(std::u16string& out, const ItemParserService* parsers) const override;
   bool SetDefaultColor() override;
 };
 
