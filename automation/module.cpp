@@ -6,6 +6,7 @@
 #include "automation/auto_object.h"
 #include "database/database.h"
 #include "database/db_location.h"
+#include "parsers/ota_parsing.h"
 
 namespace quillon::automation {
 
@@ -35,6 +36,9 @@ bool LoadOnce(ProcessState& state, std::u16string_view directory) {
     // A failed load keeps what could be read and repaired; its messages
     // are in the list.
     (void)state.database.Load(state.directory, false);
+    // The OTA parsing library and the RRC decoder are bound once per
+    // process too; without them OTA items have no parsed text.
+    (void)OtaLibraries::Instance();
     loaded_here = true;
   });
   return loaded_here;

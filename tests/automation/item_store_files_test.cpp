@@ -3,6 +3,8 @@
 
 #include "automation/auto_color_item.h"
 #include "automation/auto_item_store_files.h"
+#include "platform/dynamic_library.h"
+#include "platform/text_codec.h"
 #include "tests/automation/automation_test_support.h"
 
 namespace quillon::testing {
@@ -131,6 +133,28 @@ TEST_F(ItemStoreFilesTest, RenderingSettingsNeedAnOpenHandle) {
   EXPECT_FALSE(files.SetWCDMAProtocolRevision(closed, 1));
   EXPECT_FALSE(files.LoadParser(closed, u"/nonexistent/parser.so"));
   EXPECT_FALSE(files.UnloadParsers(closed));
+}
+
+// Parser libraries belong to the store they were loaded into.
+TEST_F(ItemStoreFilesTest, ParsedTextComesFromTheStoresOwnLibraries) {
+  {
+    // A file of one DIAG TX item of command 75, a key the test library takes.
+    ItemStore core;
+    auto file = std::make_unique<ItemStoreFile>();
+    file->Create(b.u16());
+    ASSERT_TRUE(core.AttachFile(std::move(file), 0, u""));
+    const std::uint8_t request[] = {75, 1, 2};
+    core.AddFromBuffer(2, ItemBufferRef::Make(request, sizeof request), 0xFFFFFFFF);
+  }
+  const std::uint32_t with = files.LoadItemStore(b.u16());
+  const std::uint32_t without = files.LoadItemStore(b.u16());
+  const std::u16string library = platform::Utf8ToUtf16(std::string(QUILLON_TEST_PLUGINS) + "/") +
+                                 platform::SharedLibraryFileName(u"good_a");
+  ASSERT_TRUE(files.LoadParser(with, library));
+  EXPECT_EQ(files.GetItem(with, 0)->GetItemParsedText().substr(0, 7), u"good_a ");
+  EXPECT_EQ(files.GetItem(without, 0)->GetItemParsedText(), u"");
+  EXPECT_TRUE(files.UnloadParsers(with));
+  EXPECT_EQ(files.GetItem(with, 0)->GetItemParsedText(), u"");
 }
 
 }  // namespace
