@@ -5,8 +5,8 @@
 // database location rule derives from this module's own path, the first
 // time anything needs it (the COM server asks for it before it hands out
 // its first class object). The same start binds the process-wide OTA
-// parsing library and RRC decoder (parsers/ota_parsing.h), when present. Problems found while loading never fail the
-// start: they are kept, in order, in a list that StartupMessages() reads,
+// parsing library and RRC decoder (parsers/ota_parsing.h), when present. Problems found while
+// loading never fail the start: they are kept, in order, in a list that StartupMessages() reads,
 // and are logged nowhere.
 #pragma once
 
