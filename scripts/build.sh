@@ -19,3 +19,8 @@ mkdir -p "$root/build/$kind"
 run_logged "$root/build/$kind/configure.log" \
   cmake -S "$root" -B "$root/build/$kind" -G Ninja -DQUILLON_WERROR=ON "${args[@]}" "$@"
 cmake --build "$root/build/$kind" -j "$(nproc)"
+if [ "$kind" = windows ]; then
+  # The layout a Windows user installs: bin/Quillon.dll beside Database/.
+  run_logged "$root/build/windows/install.log" \
+    cmake --install "$root/build/windows" --prefix "$root/build/windows/install"
+fi

@@ -140,7 +140,11 @@ def commands_of(text):
             continue
         if "$(" in tok:  # a substitution inside a quoted word
             for inner in tok.split("$(")[1:]:
-                words |= commands_of(inner.split(")")[0])
+                if not inner.startswith("("):  # "$((": arithmetic
+                    words |= commands_of(inner.split(")")[0])
+        if tok.endswith("$") and nxt == "(" and tokens[i + 2:i + 3] == ["("]:
+            arithmetic = True  # "x=$((": arithmetic, no command
+            continue
         if tok.endswith("$"):  # "x=$(": the substitution opens a command
             at_command = False
             continue

@@ -53,7 +53,7 @@ std::string WhatOf(F&& f) {
 // A temporary item store file path.
 class TempFile : public testsupport::TempPath {
  public:
-  TempFile() : TempPath(u"store", u".isf") {}
+  explicit TempFile(std::u16string_view stem = u"store") : TempPath(stem, u".isf") {}
 };
 
 inline std::vector<std::uint8_t> ReadBytes(const std::filesystem::path& path) {
