@@ -8,6 +8,7 @@ namespace quillon::cli {
 
 void AddDumpCommand(CLI::App& app);
 void AddInfoCommand(CLI::App& app);
+void AddShowCommand(CLI::App& app);
 void AddSampleCommand(CLI::App& app);
 void AddDbCommands(CLI::App& app);
 

@@ -11,6 +11,7 @@ int main(int argc, char** argv) {
   // on every platform (subcommands inherit this).
   app.allow_windows_style_options(false);
   quillon::cli::AddDumpCommand(app);
+  quillon::cli::AddShowCommand(app);
   quillon::cli::AddInfoCommand(app);
   quillon::cli::AddSampleCommand(app);
   quillon::cli::AddDbCommands(app);
