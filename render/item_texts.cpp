@@ -21,7 +21,8 @@ namespace quillon {
 
 namespace {
 
-// The width of the event name column of a combined event summary.
+// A combined event summary: the name left-aligned in 32 columns, a blank,
+// the summary.
 constexpr std::u16string_view kCombinedEventFormat = u"%-32s %s";
 
 // STRING header word bits.
@@ -77,9 +78,7 @@ std::u16string TimestampTextOf(const ItemRecord& item, const ItemRenderOptions& 
 // "Length: %04u".
 std::u16string LengthSummary(std::size_t length) {
   std::u16string text = u"Length: ";
-  for (std::size_t digits = 1, limit = 10; digits < 4; ++digits, limit *= 10) {
-    if (length < limit) text += u'0';
-  }
+  for (std::size_t limit = 1000; limit > 1 && length < limit; limit /= 10) text += u'0';
   AppendDecimal(text, length);
   return text;
 }
