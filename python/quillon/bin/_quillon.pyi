@@ -5,7 +5,6 @@ import os
 from typing import Any, Iterable, Iterator, NamedTuple, Optional, Union, overload
 
 StrPath = Union[str, "os.PathLike[str]"]
-BytesLike = Union[bytes, bytearray, memoryview]
 # A VARIANT as its natural Python value.
 Value = Union[None, bool, int, float, str, bytes, "ColorItem", "ColorItemFields"]
 
