@@ -4,6 +4,8 @@
 #include <filesystem>
 
 #include "automation/module.h"
+#include "common/number_text.h"
+#include "database/database.h"
 #include "platform/clock.h"
 #include "platform/text_codec.h"
 
@@ -23,16 +25,23 @@ GlobalOptions& Globals() {
 }
 
 void UseDatabase() {
+  static bool used = false;
+  if (used) return;
+  used = true;
   const std::string& directory = Globals().database;
-  if (directory.empty()) {
-    automation::ProcessDatabase();
-    return;
+  if (!directory.empty()) {
+    std::error_code ec;
+    if (!std::filesystem::is_directory(std::filesystem::path(PathArgument(directory)), ec)) {
+      Fail("database directory not found: " + directory);
+    }
+    automation::LoadProcessDatabase(PathArgument(directory));
   }
-  std::error_code ec;
-  if (!std::filesystem::is_directory(std::filesystem::path(PathArgument(directory)), ec)) {
-    Fail("database directory not found: " + directory);
+  if (automation::ProcessDatabase().Tables() == DbTables()) {
+    std::fprintf(stderr,
+                 "quillon: warning: no database tables in %s: names are Unknown and summaries "
+                 "show lengths (use --db DIR)\n",
+                 ToUtf8(automation::ProcessDatabaseDirectory()).c_str());
   }
-  automation::LoadProcessDatabase(PathArgument(directory));
 }
 
 std::u16string PathArgument(std::string_view utf8) { return platform::Utf8ToUtf16(utf8); }
@@ -167,6 +176,26 @@ bool ParseIsoTime(std::string_view text, ItemTimestamp& out) {
   if (!platform::SystemTimeToFileTime(t, file_time)) return false;
   out = ItemTimestamp::FromFileTime(file_time);
   return true;
+}
+
+std::u16string OneLine(std::u16string_view text) {
+  std::u16string line;
+  line.reserve(text.size());
+  for (const char16_t c : text) {
+    if (c >= 0x20 && c != 0x7F) {
+      line += c;
+    } else if (c == u'\r') {
+      line += u"\\r";
+    } else if (c == u'\n') {
+      line += u"\\n";
+    } else if (c == u'\t') {
+      line += u"\\t";
+    } else {
+      line += u"\\x";
+      AppendHexDigits(line, c, 2);
+    }
+  }
+  return line;
 }
 
 void AppendJson(std::string& out, std::string_view text) {

@@ -36,7 +36,9 @@ struct GlobalOptions {
 GlobalOptions& Globals();
 
 // Loads the process-wide database (from --db when given) before a command
-// uses it; a --db directory that does not exist ends the program.
+// uses it; a --db directory that does not exist ends the program, one
+// without tables gives a warning (names are then "Unknown" and summaries
+// lengths).
 void UseDatabase();
 
 // Command-line arguments are UTF-8; the core takes UTF-16.
@@ -89,6 +91,10 @@ class Progress final : public ProgressSink {
 std::string IsoTime(ItemTimestamp timestamp);
 // Parses "YYYY-MM-DD[THH:MM[:SS[.fff]]][Z]" (UTC); false when malformed.
 bool ParseIsoTime(std::string_view text, ItemTimestamp& out);
+
+// One line of a terminal table: CR, LF and tab as "\r", "\n", "\t", other
+// control characters as "\xNN".
+std::u16string OneLine(std::u16string_view text);
 
 // Appends `text` as a JSON string (quoted, escaped).
 void AppendJson(std::string& out, std::string_view text);

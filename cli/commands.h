@@ -8,6 +8,7 @@ namespace quillon::cli {
 
 void AddInfoCommand(CLI::App& app);
 void AddDumpCommand(CLI::App& app);
+void AddShowCommand(CLI::App& app);
 void AddFieldsCommand(CLI::App& app);
 void AddWriteCommands(CLI::App& app);  // add-strings, copy, recover
 void AddEventCommands(CLI::App& app);

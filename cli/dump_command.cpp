@@ -61,10 +61,10 @@ void AppendTable(std::string& out, const Row& r) {
   std::snprintf(head, sizeof head, "%8u  %s  %-9s  %-14s  %6u  ", r.index, r.time.c_str(),
                 r.type_text.c_str(), r.key_text.c_str(), r.length);
   out += head;
-  out += r.name;
+  out += ToUtf8(OneLine(PathArgument(r.name)));
   if (!r.summary.empty()) {
     out += r.name.empty() ? "" : "  ";
-    out += r.summary;
+    out += ToUtf8(OneLine(PathArgument(r.summary)));
   }
   if (!r.payload_hex.empty()) out += "  " + r.payload_hex;
   while (!out.empty() && out.back() == ' ') out.pop_back();

@@ -47,6 +47,7 @@ int main(int argc, char** argv) {
                  "Database directory (default: found from the tool's location)");
   AddInfoCommand(app);
   AddDumpCommand(app);
+  AddShowCommand(app);
   AddFieldsCommand(app);
   AddWriteCommands(app);
   AddEventCommands(app);
