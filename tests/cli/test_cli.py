@@ -130,7 +130,7 @@ def test_add_strings_then_copy_a_subset(tmp_path):
         return [line.split(",", first)[first] for line in lines]
 
     assert columns(subset) == columns(S, "--type", "GPS", "--last", "100")
-    assert columns(notes, first=5) == ["one,12", "two,12", "three,14", "four,13"]
+    assert columns(notes, first=5) == ["one,12", "two,12", "three,16", "four,14"]
 
 
 def test_help_lists_exit_statuses():
