@@ -127,28 +127,28 @@ py::str PyItem::Xml(py::handle entity) const {
 
 // --- Store -----------------------------------------------------------------
 
-ItemStore& PyStore::Open() const {
+std::shared_ptr<ItemStore> PyStore::Open() const {
   if (!store) throw py::value_error("I/O operation on a closed store");
-  return *store;
+  return store;
 }
 
 std::uint32_t PyStore::Count() const {
-  ItemStore& s = Open();
+  const std::shared_ptr<ItemStore> s = Open();
   py::gil_scoped_release released;
-  return s.GetItemCount();
+  return s->GetItemCount();
 }
 
 std::shared_ptr<PyItem> PyStore::Get(std::int64_t index) const {
-  ItemStore& s = Open();
+  const std::shared_ptr<ItemStore> s = Open();
   const std::int64_t count = Count();
   const std::int64_t i = index < 0 ? index + count : index;
   if (i < 0 || i >= count) throw py::index_error("item index out of range");
   ItemPtr record;
   {
     py::gil_scoped_release released;
-    record = s.GetItem(static_cast<std::uint32_t>(i));
+    record = s->GetItem(static_cast<std::uint32_t>(i));
   }
-  return std::make_shared<PyItem>(store, std::move(record), static_cast<std::uint32_t>(i));
+  return std::make_shared<PyItem>(s, std::move(record), static_cast<std::uint32_t>(i));
 }
 
 void PyStore::Close() {
@@ -333,19 +333,19 @@ void DefineStoreClasses(py::module_& module) {
           "add_text",
           [](PyStore& s, py::handle text_object, std::uint32_t string_type) {
             const std::u16string text = ToUtf16(text_object);
-            ItemStore& target = s.Open();
+            const std::shared_ptr<ItemStore> target = s.Open();
             py::gil_scoped_release released;
-            return AddTextItems(target, text, string_type);
+            return AddTextItems(*target, text, string_type);
           },
           py::arg("text"), py::arg("string_type") = 0,
           "Adds one STRING item per non-empty line; returns the index of the first.")
       .def(
           "copy_from",
           [](PyStore& s, const PyStore& other, std::uint32_t index, bool preserve_timestamp) {
-            ItemStore& target = s.Open();
-            ItemStore& source = other.Open();
+            const std::shared_ptr<ItemStore> target = s.Open();
+            const std::shared_ptr<ItemStore> source = other.Open();
             py::gil_scoped_release released;
-            return CopyStoreItem(source, target, index, preserve_timestamp);
+            return CopyStoreItem(*source, *target, index, preserve_timestamp);
           },
           py::arg("other"), py::arg("index"), py::arg("preserve_timestamp") = true,
           "Appends item `index` of `other`; returns the new item's index. Without "

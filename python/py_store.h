@@ -37,8 +37,10 @@ struct PyItem {
 // An open store; closing it (close(), the end of a with block) drops the
 // only owner, which closes the file.
 struct PyStore {
-  // The store, or ValueError once closed.
-  ItemStore& Open() const;
+  // The store, or ValueError once closed. Callers keep the copy while they
+  // work without the GIL, so a close() from another thread closes the file
+  // only when they are done.
+  std::shared_ptr<ItemStore> Open() const;
   std::uint32_t Count() const;
   // Item `index` (negative counts from the end); IndexError out of range,
   // quillon.Error when it cannot be read.
