@@ -93,9 +93,9 @@ int UnreadableItems::ExitStatusAtEnd() const {
   return kExitUnreadable;
 }
 
-Progress::Progress(std::string what)
+Progress::Progress(std::string what, bool streams_output)
     : what_(std::move(what)),
-      terminal_(QUILLON_ISATTY(2) != 0),
+      terminal_(QUILLON_ISATTY(2) != 0 && !(streams_output && QUILLON_ISATTY(1) != 0)),
       start_(std::chrono::steady_clock::now()),
       last_(start_) {}
 

@@ -69,10 +69,12 @@ class UnreadableItems {
 };
 
 // A progress bar on stderr, drawn only when stderr is a terminal and the
-// work has taken more than a second; cleared when done.
+// work has taken more than a second; cleared when done. A command that
+// prints as it goes (`streams_output`) shows none while stdout is a
+// terminal too, where the bar would break its lines.
 class Progress final : public ProgressSink {
  public:
-  explicit Progress(std::string what);
+  explicit Progress(std::string what, bool streams_output = false);
   ~Progress() override;
   void Update(std::uint64_t done, std::uint64_t total);
   void OnBlocksWalked(std::uint32_t blocks, std::uint64_t position,

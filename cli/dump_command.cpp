@@ -106,7 +106,7 @@ void AppendJsonLine(std::string& out, const Row& r, bool payload) {
 
 void RunDump(const DumpOptions& options) {
   const ItemSelection selection = ToSelection(options.selection);
-  Progress progress("dump");
+  Progress progress("dump", /*streams_output=*/true);
   const OpenedStore opened = OpenForReading(options.path, &progress);
   ItemCursor cursor(selection, opened.store->GetItemCount());
   UnreadableItems unreadable;

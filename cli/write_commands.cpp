@@ -116,6 +116,11 @@ void RunRecover(const std::string& path) {
     std::printf("%s was closed properly; nothing to recover\n", path.c_str());
     return;
   }
+  if (layout != IsfLayout::kUnterminated) {
+    // Opening it to read says why it is not a capture to recover (and an
+    // append would create a missing file).
+    OpenForReading(path);
+  }
   Progress progress("recover");
   OpenedStore opened =
       OpenForWriting(path, {.mode = StoreMode::kAppend, .recover = true, .progress = &progress});

@@ -56,6 +56,7 @@ def test_output_matches_expected(name):
         (["dump", S, "--type", "LOGS"], 2, r"unknown item type 'LOGS'"),
         (["dump", S, "--since", "yesterday"], 2, r"--since 'yesterday' is not a UTC time"),
         (["dump", "missing.isf"], 1, r"cannot open missing.isf: the file was not found \(error 2\)"),
+        (["recover", "missing.isf"], 1, r"cannot open missing.isf: the file was not found"),
         (["dump", S, "--db", "no-such-dir"], 1, r"database directory not found: no-such-dir"),
         (["show", S, "324"], 1, r"item index 324 is out of range: .* has 324 items"),
         (["show", S, "-1"], 2, r"INDEX"),
