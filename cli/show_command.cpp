@@ -1,4 +1,4 @@
-// quillon show FILE INDEX [--db DIR]
+// quillon show FILE INDEX [--format text|json]
 // Every text of one item, as automation clients see them (ColorItem and
 // ColorItemFields), plus the combined forms that the tool's item lists
 // show: type texts, key text, name, both timestamps, colour, sizes, the
@@ -13,7 +13,6 @@
 #include "automation/auto_item_store_files.h"
 #include "cli/cli_support.h"
 #include "cli/commands.h"
-#include "cli/item_texts_access.h"
 #include "common/item_type_text.h"
 #include "common/text.h"
 #include "store/item_store.h"
@@ -26,9 +25,12 @@ namespace {
 // value after the first are indented by as much.
 constexpr int kLabelWidth = 20;
 
+enum class ShowFormat { kText, kJson };
+
 struct ShowOptions {
-  TextStoreOptions store;
+  std::string path;
   std::uint32_t index = 0;
+  ShowFormat format = ShowFormat::kText;
 };
 
 // Prints `label` and `text`, one terminal line per line of the text (lines
@@ -84,22 +86,74 @@ void PrintFields(const CAutoColorItem& item) {
   Print("xml:", fields->GetXML());
 }
 
+// The same texts as one JSON object.
+void PrintJson(const CAutoColorItem& item, const ItemStore& store, std::uint32_t index) {
+  const TimestampTextOptions full{.want_date = true, .want_milliseconds = true};
+  std::string out =
+      "{\"index\":" + std::to_string(index) + ",\"type\":" + std::to_string(item.GetItemType());
+  const auto text = [&out](std::string_view key, std::u16string_view value) {
+    out += ",\"" + std::string(key) + "\":";
+    AppendJson(out, ToUtf8(value));
+  };
+  const auto number = [&out](std::string_view key, std::uint32_t value) {
+    out += ",\"" + std::string(key) + "\":";
+    out += value == kAutoFailure ? std::string("null") : std::to_string(value);
+  };
+  text("type_text", item.GetItemTypeText());
+  ItemTextRequest combined{{ItemTextKind::kTypeText, {}}, {ItemTextKind::kSummary, {}}};
+  const ItemRenderServices services = store.RenderServices();
+  item.Item()->GetTexts(combined, {.combined_texts = true}, &services);
+  text("short_type_text", combined[ItemTextKind::kTypeText]);
+  text("key_text", item.GetItemKeyText());
+  text("name", item.GetItemName());
+  out += ",\"timestamp\":";
+  AppendJson(out, IsoTime(item.Item()->Timestamp()));
+  text("timestamp_text", item.GetItemTimestampText(full));
+  text("specific_timestamp_text", item.GetItemSpecificTimestampText(full));
+  number("color", item.GetItemColor());
+  number("size", item.GetItemSize(false));
+  number("size_with_header", item.GetItemSize(true));
+  text("summary", item.GetItemSummary());
+  text("combined_summary", combined[ItemTextKind::kSummary]);
+  text("buffer", item.GetItemBufferText(false));
+  text("buffer_with_header", item.GetItemBufferText(true));
+  text("parsed_text", item.GetItemParsedText());
+  out += ",\"fields\":[";
+  const std::unique_ptr<CAutoItemFields> fields = item.GetItemFields();
+  const std::uint32_t count = fields ? fields->GetFieldCount() : 0;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    out += i == 0 ? "{\"name\":" : ",{\"name\":";
+    AppendJson(out, ToUtf8(fields->GetFieldName(i, /*own_name=*/false)));
+    out += ",\"text\":";
+    AppendJson(out, ToUtf8(fields->GetFieldValueText(i)));
+    out += ",\"offset\":" + std::to_string(fields->GetFieldOffset(i)) +
+           ",\"size\":" + std::to_string(fields->GetFieldSize(i)) + "}";
+  }
+  out += "]";
+  text("xml", fields ? fields->GetXML() : std::u16string());
+  out += "}\n";
+  std::fwrite(out.data(), 1, out.size(), stdout);
+}
+
 void RunShow(const ShowOptions& options) {
-  const std::shared_ptr<ItemStore> store = OpenTextStore(options.store);
+  const OpenedStore opened = OpenForReading(options.path);
+  const std::shared_ptr<ItemStore>& store = opened.store;
   const std::uint32_t total = store->GetItemCount();
   if (options.index >= total) {
-    std::fprintf(stderr, "quillon: no item %u in %s: it holds %u items\n", options.index,
-                 options.store.path.c_str(), total);
-    throw ExitStatus{1};
+    Fail("item index " + std::to_string(options.index) + " is out of range: " + options.path +
+         " has " + std::to_string(total) + " items");
   }
   ItemPtr record;
   try {
     record = store->GetItem(options.index);
   } catch (const cMISException& error) {
-    throw ExitStatus{ReportFailure(
-        error, "cannot read item " + std::to_string(options.index) + " of " + options.store.path)};
+    throw ExitStatus{ReportFailure(error, "cannot read item " + std::to_string(options.index))};
   }
   const CAutoColorItem item(store, std::move(record));
+  if (options.format == ShowFormat::kJson) {
+    PrintJson(item, *store, options.index);
+    return;
+  }
   const std::uint32_t type = item.GetItemType();
   const TimestampTextOptions full{.want_date = true, .want_milliseconds = true};
 
@@ -126,9 +180,13 @@ void RunShow(const ShowOptions& options) {
 void AddShowCommand(CLI::App& app) {
   auto options = std::make_shared<ShowOptions>();
   CLI::App* show = app.add_subcommand("show", "Show every text of one item of an item store file");
-  show->add_option("FILE", options->store.path, "Item store file (.isf)")->required();
+  show->add_option("FILE", options->path, "Item store file (.isf)")->required();
   show->add_option("INDEX", options->index, "Index of the item")->required();
-  AddDatabaseOption(*show, options->store);
+  show->add_option("--format", options->format, "text (default) or json")
+      ->transform(
+          CLI::CheckedTransformer(std::map<std::string, ShowFormat>{{"text", ShowFormat::kText},
+                                                                    {"json", ShowFormat::kJson}},
+                                  CLI::ignore_case));
   show->callback([options] { RunShow(*options); });
 }
 
