@@ -10,5 +10,6 @@ void AddDumpCommand(CLI::App& app);
 void AddInfoCommand(CLI::App& app);
 void AddSampleCommand(CLI::App& app);
 void AddDbCommands(CLI::App& app);
+void AddExportCommand(CLI::App& app);
 
 }  // namespace quillon::cli

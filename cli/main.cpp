@@ -14,6 +14,7 @@ int main(int argc, char** argv) {
   quillon::cli::AddInfoCommand(app);
   quillon::cli::AddSampleCommand(app);
   quillon::cli::AddDbCommands(app);
+  quillon::cli::AddExportCommand(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
