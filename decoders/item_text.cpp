@@ -39,8 +39,8 @@ void WriteText(const std::string& utf8, char16_t* text, std::uint32_t capacity) 
 
 }  // namespace
 
-std::uint32_t DecodeItemText(DecoderFamily family, const std::uint8_t* buffer,
-                             std::uint32_t length, char16_t* text, std::uint32_t capacity) {
+std::uint32_t DecodeItemText(DecoderFamily family, const std::uint8_t* buffer, std::uint32_t length,
+                             char16_t* text, std::uint32_t capacity) {
   if (text == nullptr || capacity == 0) return kResultBadArguments;
   text[0] = 0;
   if (buffer == nullptr) return kResultBadArguments;

@@ -9,7 +9,7 @@ namespace quillon::decoders {
 // Results, as the bindings read them: 0 success; anything else a failure
 // whose text, if not empty, is still shown.
 inline constexpr std::uint32_t kResultDecoded = 0;
-inline constexpr std::uint32_t kResultInvalidData = 13;   // the body contradicts its layout
+inline constexpr std::uint32_t kResultInvalidData = 13;    // the body contradicts its layout
 inline constexpr std::uint32_t kResultBadArguments = 160;  // no output buffer
 inline constexpr std::uint32_t kResultUnavailable = 1003;  // not ours, no message, or no tshark
 inline constexpr std::uint32_t kResultNoAnswer = 31;       // tshark gave no answer in time
@@ -28,7 +28,7 @@ enum class DecoderFamily {
 // latter with a line that says so); a malformed body kResultInvalidData
 // with a line that says what does not fit; without tshark the text stays
 // empty.
-std::uint32_t DecodeItemText(DecoderFamily family, const std::uint8_t* buffer,
-                             std::uint32_t length, char16_t* text, std::uint32_t capacity);
+std::uint32_t DecodeItemText(DecoderFamily family, const std::uint8_t* buffer, std::uint32_t length,
+                             char16_t* text, std::uint32_t capacity);
 
 }  // namespace quillon::decoders

@@ -9,8 +9,7 @@
 
 QUILLON_PARSER_DECLARE("?ParseBufferToTextW" AT AT "YAKPBEIIPAGI" AT "Z", quillon_parse_result,
                        QuillonDecodeRrc,
-                       (const unsigned char*, unsigned int, unsigned int, char16_t*,
-                        unsigned int));
+                       (const unsigned char*, unsigned int, unsigned int, char16_t*, unsigned int));
 
 quillon_parse_result QuillonDecodeRrc(const unsigned char* buffer, unsigned int length,
                                       unsigned int /*revision*/, char16_t* text,

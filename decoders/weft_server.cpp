@@ -17,10 +17,10 @@ quillon_parse_result NotDecoded(char16_t* text, unsigned int capacity) {
 
 }  // namespace
 
-#define QUILLON_OTA_FUNCTION(export_name, function)                           \
-  QUILLON_PARSER_DECLARE(export_name, quillon_parse_result, function,         \
-                         (const unsigned char*, unsigned int, unsigned int,   \
-                          char16_t*, unsigned int))
+#define QUILLON_OTA_FUNCTION(export_name, function) \
+  QUILLON_PARSER_DECLARE(                           \
+      export_name, quillon_parse_result, function,  \
+      (const unsigned char*, unsigned int, unsigned int, char16_t*, unsigned int))
 
 QUILLON_OTA_FUNCTION("?ParseOTACDMALogW" AT AT "YAKPBEIIPAGI" AT "Z", QuillonParseCdma);
 QUILLON_OTA_FUNCTION("?ParseOTAHDRLogW" AT AT "YAKPBEIIPAGI" AT "Z", QuillonParseHdr);

@@ -110,8 +110,8 @@ int ChildProcess::Start(const std::vector<std::string>& argv,
   std::vector<char*> arg_pointers = Pointers(arguments);
   std::vector<char*> env_pointers = Pointers(environment);
   pid_t pid = -1;
-  const int error = posix_spawnp(&pid, arg_pointers[0], &actions, &attributes,
-                                 arg_pointers.data(), env_pointers.data());
+  const int error = posix_spawnp(&pid, arg_pointers[0], &actions, &attributes, arg_pointers.data(),
+                                 env_pointers.data());
   posix_spawn_file_actions_destroy(&actions);
   posix_spawnattr_destroy(&attributes);
   close(to_child[0]);
