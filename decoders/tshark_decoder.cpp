@@ -129,6 +129,11 @@ TsharkDecoder& TsharkDecoder::Process() {
 
 bool TsharkDecoder::GaveUp() const { return state_->gave_up; }
 
+int TsharkDecoder::ChildProcessId() const {
+  std::lock_guard<std::mutex> guard(state_->lock);
+  return state_->child.ProcessId();
+}
+
 DecodeStatus TsharkDecoder::Decode(const OtaBody& message, ItemTimestamp time, std::string& text) {
   State& s = *state_;
   std::lock_guard<std::mutex> guard(s.lock);

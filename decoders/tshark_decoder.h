@@ -73,6 +73,8 @@ class TsharkDecoder {
 
   // Whether the decoder has given up (tshark missing or failing).
   bool GaveUp() const;
+  // The running child's process ID, -1 when none runs (for diagnostics).
+  int ChildProcessId() const;
 
  private:
   struct State;

@@ -53,6 +53,9 @@ class ChildProcess {
                           std::string& output, const std::function<bool(const std::string&)>& done,
                           Clock::time_point deadline);
 
+  // The child's process ID, -1 when none was started or it was stopped.
+  pid_t ProcessId() const { return pid_; }
+
   // Kills the child (SIGKILL) and reaps it; closes the pipes. Safe to call
   // when nothing runs.
   void Stop();
