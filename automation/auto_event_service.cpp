@@ -3,8 +3,7 @@
 #include <limits>
 
 #include "automation/module.h"
-#include "database/database.h"
-#include "render/parsed_field_list.h"
+#include "render/event_service.h"
 
 namespace quillon {
 
@@ -14,8 +13,7 @@ CAutoEventService::~CAutoEventService() { automation::UnlockModule(); }
 
 std::u16string CAutoEventService::GetName(std::uint32_t event_id) const {
   try {
-    const ItemEntry* entry = automation::ProcessDatabase().FindEvent(event_id);
-    return entry ? entry->name : u"";
+    return std::u16string(automation::ProcessEventNames().Name(event_id));
   } catch (...) {
     return {};
   }
@@ -31,9 +29,8 @@ std::u16string CAutoEventService::GetSummary(std::uint32_t event_id,
     const auto length = size > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())
                             ? std::int32_t{0}
                             : static_cast<std::int32_t>(size);
-    ParsedFieldList list(automation::ProcessDatabase(), event_id, bytes->bytes.data(), length);
-    list.Parse({.summary_only = false, .field_strings = true, .field_names = true});
-    return list.Summary();
+    return EventPayloadSummary(automation::ProcessDatabase(), event_id, bytes->bytes.data(),
+                               length);
   } catch (...) {
     return {};
   }

@@ -5,26 +5,13 @@
 
 #include "automation/auto_color_item.h"
 #include "automation/module.h"
+#include "automation/store_access.h"
 #include "database/database.h"
 #include "store/item_store.h"
 #include "store/item_store_file.h"
 #include "store/open_item_store_file.h"
 
 namespace quillon {
-
-namespace {
-
-// The colour of STRING items added by clients: white.
-constexpr std::uint32_t kStringItemColor = 0xFFFFFF;
-
-// Attaches a file: mode 0 (an ordinary store), no name item.
-std::shared_ptr<ItemStore> MakeStore(std::unique_ptr<ItemStoreFile> file) {
-  auto store = std::make_shared<ItemStore>(automation::ProcessDatabase());
-  if (!store->AttachFile(std::move(file), 0, {})) return nullptr;
-  return store;
-}
-
-}  // namespace
 
 CAutoItemStoreFiles::CAutoItemStoreFiles() { automation::LockModule(); }
 
@@ -49,7 +36,7 @@ std::uint32_t CAutoItemStoreFiles::CreateItemStore(std::u16string_view file_name
   try {
     auto file = std::make_unique<ItemStoreFile>(automation::ProcessDatabase());
     file->Create(file_name);
-    return Adopt(MakeStore(std::move(file)));
+    return Adopt(MakeProcessStore(std::move(file)));
   } catch (...) {
     return kAutoFailure;
   }
@@ -60,7 +47,7 @@ std::uint32_t CAutoItemStoreFiles::LoadItemStore(std::u16string_view file_name) 
     auto file = OpenItemStoreFile(file_name, {.read_only = true, .allow_recover = true},
                                   automation::ProcessDatabase());
     if (!file || !file->IsOpen()) return kAutoFailure;
-    return Adopt(MakeStore(std::move(file)));
+    return Adopt(MakeProcessStore(std::move(file)));
   } catch (...) {
     return kAutoFailure;
   }
@@ -82,9 +69,7 @@ std::uint32_t CAutoItemStoreFiles::AddStringItem(std::uint32_t store, std::uint3
   const auto target = Find(store);
   if (!target) return kAutoFailure;
   try {
-    const std::uint32_t first = target->GetItemCount();
-    target->AddStringItem(text, string_type, kStringItemColor);
-    return first;
+    return AddTextItems(*target, text, string_type);
   } catch (...) {
     return kAutoFailure;
   }
@@ -96,11 +81,7 @@ std::uint32_t CAutoItemStoreFiles::CopyItem(std::uint32_t source, std::uint32_t 
   const auto to = Find(destination);
   if (!from || !to) return kAutoFailure;
   try {
-    const ItemPtr item = from->GetItem(index);
-    if (!item) return kAutoFailure;
-    if (preserve_timestamp) return to->AddCopy(*item);
-    // A new item of the same type sharing the payload, stamped now.
-    return to->AddFromBuffer(item->TypeCode(), item->Buffer(), 0xFFFFFFFF);
+    return CopyStoreItem(*from, *to, index, preserve_timestamp);
   } catch (...) {
     return kAutoFailure;
   }

@@ -7,6 +7,7 @@
 #include "database/database.h"
 #include "database/db_location.h"
 #include "parsers/ota_parsing.h"
+#include "render/event_service.h"
 
 namespace quillon::automation {
 
@@ -19,6 +20,7 @@ std::atomic<std::uint32_t> g_locks{0};
 struct ProcessState {
   DbMessageList messages;
   Database database{&messages};
+  EventNameTable event_names;
   std::once_flag loaded;
   std::u16string directory;
 };
@@ -36,6 +38,9 @@ bool LoadOnce(ProcessState& state, std::u16string_view directory) {
     // A failed load keeps what could be read and repaired; its messages
     // are in the list.
     (void)state.database.Load(state.directory, false);
+    // Nothing else defines the event names that EventService.GetName
+    // answers with: they are the database's events.
+    state.event_names = EventNameTable(state.database);
     // The OTA parsing library and the RRC decoder are bound once per
     // process too; without them OTA items have no parsed text.
     (void)OtaLibraries::Instance();
@@ -50,6 +55,11 @@ const Database& ProcessDatabase() {
   ProcessState& state = State();
   LoadOnce(state, db::DatabaseDirectoryForThisModule());
   return state.database;
+}
+
+const EventNameTable& ProcessEventNames() {
+  ProcessDatabase();
+  return State().event_names;
 }
 
 bool LoadProcessDatabase(std::u16string_view directory) { return LoadOnce(State(), directory); }

@@ -20,6 +20,7 @@
 namespace quillon {
 
 class Database;
+class EventNameTable;
 
 namespace automation {
 
@@ -31,6 +32,11 @@ const Database& ProcessDatabase();
 // own location (tools, tests and hosts that ship the tables elsewhere).
 // False, changing nothing, when the database was already loaded.
 bool LoadProcessDatabase(std::u16string_view directory);
+
+// The event name table of EventService.GetName: every event of the
+// process-wide database, filled right after the database is loaded (and
+// loading it on the first call like ProcessDatabase). Thread-safe.
+const EventNameTable& ProcessEventNames();
 
 // The directory the process-wide database was loaded from; empty before.
 std::u16string ProcessDatabaseDirectory();

@@ -10,6 +10,7 @@
 #include "cli/cli_support.h"
 #include "cli/commands.h"
 #include "database/database.h"
+#include "database/db_location.h"
 #include "database/db_schema.h"
 
 namespace quillon::cli {
@@ -75,7 +76,16 @@ void NoteMissingTables(const std::string& directory, bool descriptions, std::ost
   if (descriptions) check(db::kDescriptionTable.file);
 }
 
-void RunCheck(const DbOptions& o) {
+// DIR, else --db, else the directory found from the tool's location.
+std::string DirectoryOf(const DbOptions& o) {
+  if (!o.directory.empty()) return o.directory;
+  if (!Globals().database.empty()) return Globals().database;
+  return ToUtf8(db::DatabaseDirectoryForThisModule());
+}
+
+void RunCheck(const DbOptions& options) {
+  DbOptions o = options;
+  o.directory = DirectoryOf(options);
   PrintingSink sink(std::cout);
   Database db(&sink);
   const bool descriptions = !o.no_descriptions;
@@ -86,7 +96,9 @@ void RunCheck(const DbOptions& o) {
   if (!ok || sink.errors() != 0) throw ExitStatus{1};
 }
 
-void RunSave(const DbOptions& o) {
+void RunSave(const DbOptions& options) {
+  DbOptions o = options;
+  o.directory = DirectoryOf(options);
   PrintingSink sink(std::cerr);
   Database db(&sink);
   db.Load(PathArgument(o.directory), !o.no_descriptions);
@@ -98,7 +110,9 @@ void RunSave(const DbOptions& o) {
   }
 }
 
-void RunStats(const DbOptions& o) {
+void RunStats(const DbOptions& options) {
+  DbOptions o = options;
+  o.directory = DirectoryOf(options);
   Database db;
   db.Load(PathArgument(o.directory), !o.no_descriptions);
   const DbTables& t = db.Tables();
@@ -128,7 +142,8 @@ void AddDbCommands(CLI::App& app) {
 
   auto* check = db->add_subcommand(
       "check", "Load DIR and its user databases and print every message (exit 1 on errors)");
-  check->add_option("DIR", options->directory, "Database directory")->required();
+  check->add_option("DIR", options->directory,
+                    "Database directory (default: --db, else the tool's)");
   check->add_flag("--no-descriptions", options->no_descriptions,
                   "Do not load Description.txt (as the library does at start-up)");
   check->callback([options] { RunCheck(*options); });
@@ -140,7 +155,8 @@ void AddDbCommands(CLI::App& app) {
   save->callback([options] { RunSave(*options); });
 
   auto* stats = db->add_subcommand("stats", "Count the records of every table of DIR");
-  stats->add_option("DIR", options->directory, "Database directory")->required();
+  stats->add_option("DIR", options->directory,
+                    "Database directory (default: --db, else the tool's)");
   stats->add_flag("--no-descriptions", options->no_descriptions, "Do not load Description.txt");
   stats->callback([options] { RunStats(*options); });
 }

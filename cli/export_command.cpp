@@ -2,7 +2,8 @@
 // Writes the items of one or more item store files, in order, as one
 // export: to FILE, or to standard output without --output. Each format is
 // one entry of kFormats; the summary of what was written and skipped goes
-// to standard error.
+// to standard error. Unreadable items are reported and skipped (exit
+// status 3), as in the other reading commands.
 #include <cstdio>
 #include <functional>
 #include <memory>
@@ -15,12 +16,11 @@
 #include <io.h>
 #endif
 
+#include "automation/store_access.h"
 #include "cli/cli_support.h"
 #include "cli/commands.h"
 #include "ota/ota_capture.h"
-#include "platform/file.h"
 #include "store/item_store.h"
-#include "store/open_item_store_file.h"
 
 namespace quillon::cli {
 
@@ -76,81 +76,61 @@ struct ExportOptions {
   std::string output;
 };
 
-// The export's destination: a file created (or replaced) at `path`, or
-// standard output in binary mode.
-class Output {
- public:
-  explicit Output(const std::string& path) : path_(path) {
-    if (path.empty()) {
+// Standard output in binary mode, or the file of --output.
+ByteSink OpenOutput(const std::string& path, std::unique_ptr<CaptureFile>& file) {
+  if (path.empty()) {
 #if defined(_WIN32)
-      _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stdout), _O_BINARY);
 #endif
-      return;
-    }
-    if (const std::uint32_t error = file_.Open(PathArgument(path), platform::FileAccess::kReadWrite,
-                                               platform::FileDisposition::kCreateAlways)) {
-      throw ExitStatus{
-          ReportFailure(cMISException(kMisCategorySystem, error), "cannot create " + path)};
-    }
-  }
-
-  void Write(std::span<const std::uint8_t> bytes) {
-    if (!file_.IsOpen()) {
+    return [](std::span<const std::uint8_t> bytes) {
       if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size()) {
-        std::fprintf(stderr, "quillon: cannot write to standard output\n");
-        throw ExitStatus{1};
+        Fail("cannot write to standard output");
       }
-      return;
-    }
-    if (const std::uint32_t error = file_.WriteAt(offset_, bytes.data(), bytes.size())) {
-      throw ExitStatus{
-          ReportFailure(cMISException(kMisCategorySystem, error), "cannot write " + path_)};
-    }
-    offset_ += bytes.size();
+    };
   }
-
-  void Close() {
-    if (!file_.IsOpen()) std::fflush(stdout);
-    file_.Close();
-  }
-
- private:
-  std::string path_;
-  platform::File file_;
-  std::uint64_t offset_ = 0;
-};
-
-void ExportFile(const std::string& utf8_path, Exporter& exporter) {
-  ItemStore store;
-  std::uint32_t index = 0;
   try {
-    if (!store.AttachFile(OpenItemStoreFile(PathArgument(utf8_path), {.read_only = true}), 0, {})) {
-      std::fprintf(stderr, "quillon: cannot open %s\n", utf8_path.c_str());
-      throw ExitStatus{1};
-    }
-    for (const std::uint32_t total = store.GetItemCount(); index < total; ++index) {
-      exporter.Add(*store.GetItem(index));
-    }
+    file = std::make_unique<CaptureFile>(PathArgument(path));
   } catch (const cMISException& error) {
-    const std::string operation =
-        index == 0 ? "cannot open " + utf8_path
-                   : "cannot read item " + std::to_string(index) + " of " + utf8_path;
-    throw ExitStatus{ReportFailure(error, operation)};
+    throw ExitStatus{ReportFailure(error, "cannot create " + path)};
   }
+  return [&file](std::span<const std::uint8_t> bytes) { file->Write(bytes); };
 }
 
 void RunExport(const ExportOptions& options) {
+  UseDatabase();  // OTA log codes the database lists make OTA LOG items
   const ExportFormat* format = nullptr;
   for (const ExportFormat& candidate : kFormats) {
     if (options.format == candidate.name) format = &candidate;
   }
-  Output output(options.output);
-  std::unique_ptr<Exporter> exporter =
-      format->make([&output](std::span<const std::uint8_t> bytes) { output.Write(bytes); });
-  for (const std::string& path : options.files) ExportFile(path, *exporter);
-  const std::string summary = exporter->Finish();
-  output.Close();
-  std::fprintf(stderr, "quillon: %s\n", summary.c_str());
+  std::unique_ptr<CaptureFile> file;
+  const std::unique_ptr<Exporter> exporter = format->make(OpenOutput(options.output, file));
+  UnreadableItems unreadable;
+  std::vector<ItemRead> batch;
+  try {
+    for (const std::string& path : options.files) {
+      Progress progress("export " + path);
+      const OpenedStore opened = OpenForReading(path, &progress);
+      ItemCursor cursor(ItemSelection{}, opened.store->GetItemCount());
+      while (true) {
+        batch.clear();
+        if (cursor.ReadBatch(*opened.store, batch, 512) == 0) break;
+        for (const ItemRead& read : batch) {
+          if (read.error) {
+            unreadable.Report(read.index, *read.error);
+          } else {
+            exporter->Add(*read.item);
+          }
+        }
+        progress.Update(cursor.Position(), cursor.End());
+      }
+    }
+    const std::string summary = exporter->Finish();
+    std::fflush(stdout);
+    std::fprintf(stderr, "quillon: %s\n", summary.c_str());
+  } catch (const cMISException& error) {
+    throw ExitStatus{ReportFailure(error, "cannot write " + options.output)};
+  }
+  throw ExitStatus{unreadable.ExitStatusAtEnd()};
 }
 
 }  // namespace

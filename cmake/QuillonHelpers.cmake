@@ -9,12 +9,14 @@ function(quillon_library name)
   endif()
   if(ARG_SOURCES)
     add_library(${name} STATIC ${ARG_SOURCES})
-    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+    target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+                                              $<INSTALL_INTERFACE:include/quillon>)
     target_link_libraries(${name} PUBLIC ${ARG_DEPS})
   else()
     # A folder whose code is still header-only.
     add_library(${name} INTERFACE)
-    target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR})
+    target_include_directories(${name} INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+                                                 $<INSTALL_INTERFACE:include/quillon>)
     target_link_libraries(${name} INTERFACE ${ARG_DEPS})
   endif()
 endfunction()

@@ -4,6 +4,7 @@
 
 #include "common/item_key.h"
 #include "common/little_endian.h"
+#include "common/mis_exception.h"
 #include "parsers/protocol_revisions.h"
 
 namespace quillon {
@@ -205,6 +206,20 @@ void OtaCaptureWriter::Finish() {
   if (buffer_.empty()) return;
   sink_(buffer_);
   buffer_.clear();
+}
+
+CaptureFile::CaptureFile(std::u16string path) : path_(std::move(path)) {
+  if (const std::uint32_t error = file_.Open(path_, platform::FileAccess::kReadWrite,
+                                             platform::FileDisposition::kCreateAlways)) {
+    throw cMISException(cMISException(kMisCategorySystem, error), u"cannot create " + path_);
+  }
+}
+
+void CaptureFile::Write(std::span<const std::uint8_t> bytes) {
+  if (const std::uint32_t error = file_.WriteAt(offset_, bytes.data(), bytes.size())) {
+    throw cMISException(cMISException(kMisCategorySystem, error), u"cannot write " + path_);
+  }
+  offset_ += bytes.size();
 }
 
 }  // namespace quillon

@@ -18,11 +18,13 @@
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "common/item_record.h"
 #include "common/item_timestamp.h"
 #include "ota/ota_message.h"
+#include "platform/file.h"
 
 namespace quillon {
 
@@ -76,6 +78,20 @@ class OtaCaptureWriter {
   Sink sink_;
   std::vector<std::uint8_t> buffer_;
   OtaCaptureCounts counts_;
+};
+
+// A capture file created (or replaced) at `path`, written front to back:
+// the sink of an OtaCaptureWriter. Throws cMISException naming the file
+// ("cannot create x.pcap: ...", "cannot write x.pcap: ...").
+class CaptureFile {
+ public:
+  explicit CaptureFile(std::u16string path);
+  void Write(std::span<const std::uint8_t> bytes);
+
+ private:
+  std::u16string path_;
+  platform::File file_;
+  std::uint64_t offset_ = 0;
 };
 
 }  // namespace quillon

@@ -11,4 +11,4 @@ mkdir -p "$root/build/native"
 run_logged "$root/build/native/configure.log" \
   cmake -S "$root" -B "$root/build/native" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
 cmake --build "$root/build/native" -j "$(nproc)" --target quillon
-"$root/build/native/cli/quillon" dump "$root/samples/demo.isf"
+"$root/build/native/bin/quillon" dump "$root/samples/demo.isf"

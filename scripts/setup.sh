@@ -5,7 +5,8 @@ set -euo pipefail
 packages=(
   # native build and tests
   cmake ninja-build g++ ccache git python3 python3-minimal googletest libgtest-dev libbenchmark-dev
-  libcli11-dev nlohmann-json3-dev pybind11-dev python3-dev python3-pytest
+  libcli11-dev nlohmann-json3-dev pybind11-dev python3-dev python3-pytest python3-mypy
+  python3-setuptools python3-pip
   # format check, fuzzing and sanitizer runtimes
   clang clang-format libclang-rt-14-dev
   # Windows cross build and its tests under Wine

@@ -1,6 +1,7 @@
 #include "store/item_diag.h"
 
 #include "parsers/ota_parsing.h"
+#include "render/item_texts.h"
 #include "store/internal/dlf_packet.h"
 #include "store/internal/item_payload.h"
 
@@ -58,6 +59,12 @@ std::uint32_t DiagResponseItem::GetDLFBuffer(std::uint8_t* out, std::uint32_t ca
   return WriteResponseDlf(*this, out, capacity);
 }
 
+void DiagResponseItem::GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                                const ItemRenderServices* services) const {
+  RenderItemTexts(*this, {.short_type = ShortTypeText::kNone, .summary = SummaryRule::kGeneric},
+                  request, options, services);
+}
+
 bool DiagResponseItem::SetDefaultColor() {
   auto command = ReadPayload(*this).U8(0);
   color_ = command && IsDiagErrorResponseCode(*command) ? kColorRed : kColorResponse;
@@ -70,6 +77,12 @@ DiagRequestItem::DiagRequestItem(const ItemBufferRef& buffer) : ItemRecord(kItem
 
 std::uint32_t DiagRequestItem::GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const {
   return WriteRequestDlf(*this, out, capacity);
+}
+
+void DiagRequestItem::GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                               const ItemRenderServices* services) const {
+  RenderItemTexts(*this, {.short_type = ShortTypeText::kNone, .summary = SummaryRule::kGeneric},
+                  request, options, services);
 }
 
 bool DiagRequestItem::SetDefaultColor() {

@@ -10,6 +10,7 @@
 // whole payload as data. A response to command 29 (0x1D, the time query)
 // carries the device time in its 8 bytes at offset 1, which becomes the
 // packet's timestamp; every other packet's timestamp is 0.
+// Texts: the generic summary (render/item_texts.h).
 #pragma once
 
 #include <cstdint>
@@ -32,11 +33,13 @@ class DiagResponseItem final : public ItemRecord {
 
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
   std::uint32_t GetHeaderLength() const override { return buffer_.IsValid() ? 1 : 0; }
+  // The dynamic parser libraries, then the over-the-air decoders.
+  bool GetParsedText(std::u16string& out, const ItemParserService* parsers) const override;
+  void GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                const ItemRenderServices* services) const override;
   // Red for error responses; otherwise light blue. Commands 0x26 and 0x27
   // would take their colour from the item configuration, which items do
   // not see; they keep light blue.
-  // The dynamic parser libraries, then the over-the-air decoders.
-  bool GetParsedText(std::u16string& out, const ItemParserService* parsers) const override;
   bool SetDefaultColor() override;
 };
 
@@ -48,6 +51,8 @@ class DiagRequestItem final : public ItemRecord {
   std::uint32_t GetHeaderLength() const override { return buffer_.IsValid() ? 1 : 0; }
   // The dynamic parser libraries, then the over-the-air decoders.
   bool GetParsedText(std::u16string& out, const ItemParserService* parsers) const override;
+  void GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                const ItemRenderServices* services) const override;
   bool SetDefaultColor() override;
 };
 

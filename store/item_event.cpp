@@ -1,6 +1,7 @@
 #include "store/item_event.h"
 
 #include "items/payload_reader.h"
+#include "render/item_texts.h"
 #include "store/internal/dlf_packet.h"
 #include "store/internal/item_payload.h"
 
@@ -32,6 +33,12 @@ std::uint32_t EventItem::GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity)
   if (!IsValid()) return 0;
   return WriteDlfPacket(out, capacity, kDlfCodeEvent, GetSpecificTimestamp().Raw(),
                         ReadPayload(*this).Bytes().subspan(1));
+}
+
+void EventItem::GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                         const ItemRenderServices* services) const {
+  RenderItemTexts(*this, {.short_type = ShortTypeText::kEvent, .summary = SummaryRule::kEvent},
+                  request, options, services);
 }
 
 bool EventItem::SetDefaultColor() {

@@ -25,6 +25,8 @@
 // stands in for it, as it does when the record does not parse.
 // DLF form: packet code 0x1FFB, the specific timestamp, and the payload
 // without its command byte.
+// Texts: "EVT(-)" with combined texts; the generic summary, with combined
+// texts after the event's name in a 32-column field.
 #pragma once
 
 #include <cstdint>
@@ -42,6 +44,8 @@ class EventItem final : public ItemRecord {
   std::uint32_t GetHeaderLength() const override;
   ItemTimestamp GetSpecificTimestamp() const override;
   bool IsValid() const override;
+  void GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                const ItemRenderServices* services) const override;
   bool SetDefaultColor() override;
 
   const EventRecord& Record() const { return record_; }

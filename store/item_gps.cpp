@@ -1,6 +1,9 @@
 #include "store/item_gps.h"
 
 #include "parsers/ota_parsing.h"
+#include "render/gps_text.h"
+#include "render/item_texts.h"
+#include "store/internal/dlf_packet.h"
 #include "store/internal/item_payload.h"
 
 namespace quillon {
@@ -13,7 +16,10 @@ GpsItem::GpsItem(const ItemBufferRef& buffer) : ItemRecord(kItemGps, buffer) {
   key_ = ItemKey{kItemGps};
 }
 
-std::uint32_t GpsItem::GetDLFBuffer(std::uint8_t*, std::uint32_t) const { return 0; }
+std::uint32_t GpsItem::GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const {
+  if (!IsValid()) return 0;
+  return WriteDlfPacket(out, capacity, kDlfCodeGps, timestamp_.Raw(), ReadPayload(*this).Bytes());
+}
 
 GpsRecord GpsItem::Record() const { return ReadGpsRecord(ReadPayload(*this).Bytes()); }
 
@@ -26,13 +32,23 @@ ItemTimestamp GpsItem::GetSpecificTimestamp() const {
 
 bool GpsItem::IsValid() const { return ItemRecord::IsValid() && HasWholeRecord(); }
 
+void GpsItem::GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                       const ItemRenderServices* services) const {
+  RenderItemTexts(*this, {.short_type = ShortTypeText::kNone, .summary = SummaryRule::kGps},
+                  request, options, services);
+}
+
 bool GpsItem::SetDefaultColor() {
   color_ = kColorGps;
   return true;
 }
 
 bool GpsItem::GetParsedText(std::u16string& out, const ItemParserService* parsers) const {
-  return AppendOtaParsedText(*this, parsers, out);
+  if (AppendOtaParsedText(*this, parsers, out)) return true;
+  if (!buffer_.IsValid()) return false;
+  // The record as it lies: a short payload is not refused.
+  AppendGpsText(Record(), out);
+  return true;
 }
 
 }  // namespace quillon

@@ -7,7 +7,12 @@
 // Specific timestamp: the record's UTC time of day on the computer's
 // current date; the generic timestamp when the record is short or its
 // time is not a time of day.
-// DLF form: none (the legacy log-file format has no GPS packet code).
+// DLF form: packet code 0x1FE8 (Quillon's own: the legacy log-file format
+// has no GPS packet), the generic timestamp (the specific one is dated
+// today) and the whole payload.
+// Texts: a parser library's summary, else the GPS summary
+// (render/gps_text.h). Parsed text: a parser library's text, else the
+// multi-line GPS text.
 #pragma once
 
 #include "common/item_record.h"
@@ -23,8 +28,11 @@ class GpsItem final : public ItemRecord {
   std::uint32_t GetHeaderLength() const override { return 0; }
   ItemTimestamp GetSpecificTimestamp() const override;
   bool IsValid() const override;
-  // The dynamic parser libraries, then the over-the-air decoders.
+  // Appends the dynamic parser libraries' text, else the GPS text; false,
+  // appending nothing, only without a payload.
   bool GetParsedText(std::u16string& out, const ItemParserService* parsers) const override;
+  void GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                const ItemRenderServices* services) const override;
   bool SetDefaultColor() override;
 
   // The record as it lies (missing fields read as zero).

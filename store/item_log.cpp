@@ -1,6 +1,7 @@
 #include "store/item_log.h"
 
 #include "items/payload_reader.h"
+#include "render/item_texts.h"
 #include "store/internal/dlf_packet.h"
 #include "store/internal/item_payload.h"
 
@@ -45,6 +46,12 @@ std::uint32_t LogPacketItem::GetDLFBuffer(std::uint8_t* out, std::uint32_t capac
 }
 
 LogItem::LogItem(const ItemBufferRef& buffer) : LogPacketItem(kItemLog, buffer) {}
+
+void LogItem::GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                       const ItemRenderServices* services) const {
+  RenderItemTexts(*this, {.short_type = ShortTypeText::kLog, .summary = SummaryRule::kGeneric},
+                  request, options, services);
+}
 
 bool LogItem::SetDefaultColor() {
   color_ = kColorLog;

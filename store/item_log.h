@@ -15,6 +15,9 @@
 // Key: (5, log code); (5) alone when the code is missing. Valid only with
 // the whole 16-byte header. Specific timestamp: the header's time, or the
 // generic timestamp when the header is incomplete. Colour: silver.
+// Texts: "LOG(-)" with combined texts; always the generic summary. Every
+// log code that has a summary rule of its own is an OTA log code, so such
+// logs are OTA LOG items (store/item_ota_log.h), which apply the rules.
 #pragma once
 
 #include <cstdint>
@@ -60,6 +63,8 @@ class LogPacketItem : public ItemRecord {
 class LogItem final : public LogPacketItem {
  public:
   explicit LogItem(const ItemBufferRef& buffer);
+  void GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                const ItemRenderServices* services) const override;
   bool SetDefaultColor() override;
 };
 

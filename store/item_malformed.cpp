@@ -1,5 +1,6 @@
 #include "store/item_malformed.h"
 
+#include "render/item_texts.h"
 #include "store/internal/item_payload.h"
 
 namespace quillon {
@@ -10,6 +11,12 @@ MalformedItem::MalformedItem(const ItemBufferRef& buffer) : ItemRecord(kItemMalf
 }
 
 std::uint32_t MalformedItem::GetDLFBuffer(std::uint8_t*, std::uint32_t) const { return 0; }
+
+void MalformedItem::GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                             const ItemRenderServices* services) const {
+  RenderItemTexts(*this, {.short_type = ShortTypeText::kNone, .summary = SummaryRule::kGeneric},
+                  request, options, services);
+}
 
 bool MalformedItem::SetDefaultColor() {
   color_ = kColorRed;

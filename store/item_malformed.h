@@ -6,6 +6,7 @@
 // 16, "MESSAGE" for 31 or 121, ...). A key of the type code alone only
 // arises for an item without a valid buffer.
 // Header: 1 byte (the command code). Colour: red. No DLF form.
+// Texts: the generic summary (render/item_texts.h).
 #pragma once
 
 #include "common/item_record.h"
@@ -18,6 +19,8 @@ class MalformedItem final : public ItemRecord {
 
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
   std::uint32_t GetHeaderLength() const override { return buffer_.IsValid() ? 1 : 0; }
+  void GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                const ItemRenderServices* services) const override;
   bool SetDefaultColor() override;
 };
 

@@ -4,6 +4,7 @@
 #include <bit>
 
 #include "items/payload_reader.h"
+#include "render/item_texts.h"
 #include "store/internal/dlf_packet.h"
 #include "store/internal/item_payload.h"
 
@@ -100,6 +101,12 @@ std::uint32_t MessageItem::GetDLFBuffer(std::uint8_t* out, std::uint32_t capacit
   const std::uint16_t code =
       r.U8(0) == kExtendedMessageCommand ? kDlfCodeExtendedMessage : kDlfCodeMessage;
   return WriteDlfPacket(out, capacity, code, GetSpecificTimestamp().Raw(), r.Bytes());
+}
+
+void MessageItem::GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                           const ItemRenderServices* services) const {
+  RenderItemTexts(*this, {.short_type = ShortTypeText::kMessage, .summary = SummaryRule::kMessage},
+                  request, options, services);
 }
 
 bool MessageItem::SetDefaultColor() {

@@ -38,6 +38,9 @@
 // zero byte; for the legacy form all 87 bytes are present.
 // Header: 0 bytes. Specific timestamp: the header's time when it parses.
 // Colour: by level, low to fatal: white, cyan, yellow, magenta, red.
+// Texts: "MSG(L)", "MSG(M)", "MSG(H)", "MSG(E)", "MSG(F)" for levels 0..4
+// and "MSG(n)" for others with combined texts; the summary is the message
+// line (items/message_format.h).
 // DLF form: packet code 0x1FEB (extended) or 0x1FEC (legacy), the specific
 // timestamp, and the whole payload.
 #pragma once
@@ -79,6 +82,8 @@ class MessageItem final : public ItemRecord {
   std::uint32_t GetHeaderLength() const override { return 0; }
   ItemTimestamp GetSpecificTimestamp() const override;
   bool IsValid() const override;
+  void GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                const ItemRenderServices* services) const override;
   bool SetDefaultColor() override;
 
   const MessageHeader& Header() const { return header_; }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "parsers/ota_parsing.h"
+#include "render/item_texts.h"
 
 namespace quillon {
 
@@ -61,6 +62,12 @@ OtaLogItem::OtaLogItem(const ItemBufferRef& buffer) : LogPacketItem(kItemOtaLog,
   if (key_.size() != 2) return;
   const std::span<const std::uint8_t> payload(GetPayload(), GetPayloadLength());
   if (const auto kind = OtaKindOf(key_[1], payload)) key_.Append(*kind);
+}
+
+void OtaLogItem::GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                          const ItemRenderServices* services) const {
+  RenderItemTexts(*this, {.short_type = ShortTypeText::kLog, .summary = SummaryRule::kLogCode},
+                  request, options, services);
 }
 
 bool OtaLogItem::SetDefaultColor() {

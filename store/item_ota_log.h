@@ -6,6 +6,9 @@
 // layout starts the log content with a channel type or a direction
 // (OtaKindOf), (8, log code) for the others and for a log without content.
 // Colour: a fixed table by log code; magenta for codes not in it.
+// Texts: "LOG(-)" with combined texts; the summary of the log code's own
+// rule (pilot logs, UMTS NAS, WCDMA RRC: LogCodeSummary in
+// render/item_texts.h) where it has one, else the generic summary.
 #pragma once
 
 #include <cstdint>
@@ -34,6 +37,8 @@ class OtaLogItem final : public LogPacketItem {
   explicit OtaLogItem(const ItemBufferRef& buffer);
   // The dynamic parser libraries, then the over-the-air decoders.
   bool GetParsedText(std::u16string& out, const ItemParserService* parsers) const override;
+  void GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                const ItemRenderServices* services) const override;
   bool SetDefaultColor() override;
 };
 

@@ -214,8 +214,16 @@ void ItemStoreFile::Open(std::u16string_view path, bool read_only, ProgressSink*
   RethrowWithContext(e, OperationText(u"open", path));
 }
 
-void ItemStoreFile::OpenUnterminated(std::u16string_view path, ProgressSink* progress) try {
-  OpenHandle(path, false);
+void ItemStoreFile::OpenUnterminated(std::u16string_view path, ProgressSink* progress) {
+  Recover(path, false, progress);
+}
+
+void ItemStoreFile::RecoverReadOnly(std::u16string_view path, ProgressSink* progress) {
+  Recover(path, true, progress);
+}
+
+void ItemStoreFile::Recover(std::u16string_view path, bool read_only, ProgressSink* progress) try {
+  OpenHandle(path, read_only);
   try {
     const std::uint64_t size = FileSize();
     if (size <= kFirstBlockOffset + kBlockSize) Throw(mis::kBadArguments);

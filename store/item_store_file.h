@@ -66,7 +66,8 @@ class ItemStoreFile {
   // slot 4: creates (or replaces) an empty file holding only the magic.
   virtual void Create(std::u16string_view path);
   // slot 5: opens a file without a trailer by walking its blocks and
-  // counting entries while their records lie inside the file.
+  // counting entries while their records lie inside the file. The file is
+  // opened read-write and gets its trailer when closed.
   virtual void OpenUnterminated(std::u16string_view path, ProgressSink* progress);
   // slot 6: writes the trailer (not for an unkept temporary file), restores
   // the last-write time when nothing was appended, closes, deletes an unkept
@@ -96,6 +97,10 @@ class ItemStoreFile {
   // slot 17: appends a new block whose base time is the item's time and
   // links it from the previous block.
   virtual void StartBlock(const ItemRecord& first_item);
+
+  // The same recovery, read-only: the items are counted in memory and the
+  // file is never written (no trailer on close, appends fail with 50).
+  void RecoverReadOnly(std::u16string_view path, ProgressSink* progress);
 
   // Non-virtual settings and state.
   void SetKeep(bool keep) { keep_ = keep; }
@@ -139,6 +144,7 @@ class ItemStoreFile {
 
  private:
   void OpenHandle(std::u16string_view path, bool read_only);
+  void Recover(std::u16string_view path, bool read_only, ProgressSink* progress);
   std::uint64_t FileSize() const;
   void Notify(ProgressSink* progress, std::uint32_t blocks, std::uint64_t position,
               std::uint64_t size) const;

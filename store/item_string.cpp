@@ -1,5 +1,7 @@
 #include "store/item_string.h"
 
+#include "render/item_texts.h"
+#include "store/internal/dlf_packet.h"
 #include "store/internal/item_payload.h"
 
 namespace quillon {
@@ -23,7 +25,17 @@ StringItem::StringItem(const ItemBufferRef& buffer) : ItemRecord(kItemString, bu
 
 std::optional<std::uint32_t> StringItem::HeaderWord() const { return ReadPayload(*this).U32(0); }
 
-std::uint32_t StringItem::GetDLFBuffer(std::uint8_t*, std::uint32_t) const { return 0; }
+std::uint32_t StringItem::GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const {
+  if (!IsValid()) return 0;
+  return WriteDlfPacket(out, capacity, kDlfCodeString, timestamp_.Raw(),
+                        ReadPayload(*this).Bytes());
+}
+
+void StringItem::GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                          const ItemRenderServices* services) const {
+  RenderItemTexts(*this, {.short_type = ShortTypeText::kNone, .summary = SummaryRule::kString},
+                  request, options, services);
+}
 
 bool StringItem::SetDefaultColor() {
   auto word = HeaderWord();

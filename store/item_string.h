@@ -17,7 +17,12 @@
 // Colour: from the header word when red, green and blue are all non-zero;
 // otherwise white (the colour of text added without one; the store may
 // still apply a user colour for the key afterwards).
-// DLF form: none (the legacy log-file format has no text packet code).
+// DLF form: packet code 0x1FE9 (Quillon's own: the legacy log-file format
+// has no text packet), the generic timestamp and the whole payload, header
+// word included, so that the text keeps its encoding.
+// Texts: the summary is the text itself (StringItemText in
+// render/item_texts.h); the name is the string type's entry in the
+// database enumeration 10009 ("Information", "Warning" ...).
 #pragma once
 
 #include <cstdint>
@@ -45,6 +50,8 @@ class StringItem final : public ItemRecord {
   std::uint32_t GetHeaderLength() const override {
     return buffer_.IsValid() ? kStringHeaderLength : 0;
   }
+  void GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                const ItemRenderServices* services) const override;
   bool SetDefaultColor() override;
 
   std::optional<std::uint32_t> HeaderWord() const;

@@ -1,5 +1,6 @@
 #include "store/item_subsys.h"
 
+#include "render/item_texts.h"
 #include "store/internal/item_payload.h"
 #include "store/item_diag.h"
 
@@ -45,6 +46,12 @@ std::optional<std::uint32_t> SubsysResponseItem::DelayedStatus() const {
   return r.U32(4);
 }
 
+void SubsysResponseItem::GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                                  const ItemRenderServices* services) const {
+  RenderItemTexts(*this, {.short_type = ShortTypeText::kNone, .summary = SummaryRule::kGeneric},
+                  request, options, services);
+}
+
 bool SubsysResponseItem::SetDefaultColor() {
   if (ReadPayload(*this).U8(0) == kSubsysDelayedCommand) {
     auto status = DelayedStatus();
@@ -62,6 +69,12 @@ SubsysRequestItem::SubsysRequestItem(const ItemBufferRef& buffer)
 
 std::uint32_t SubsysRequestItem::GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const {
   return WriteRequestDlf(*this, out, capacity);
+}
+
+void SubsysRequestItem::GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                                 const ItemRenderServices* services) const {
+  RenderItemTexts(*this, {.short_type = ShortTypeText::kNone, .summary = SummaryRule::kGeneric},
+                  request, options, services);
 }
 
 bool SubsysRequestItem::SetDefaultColor() {

@@ -19,7 +19,7 @@
 //
 // Key: (type, subsystem ID, subsystem command code); an item shorter than
 // the 4-byte envelope keeps the type code alone and is not valid.
-// DLF form: as DIAG RX / DIAG TX.
+// DLF form: as DIAG RX / DIAG TX. Texts: the generic summary.
 #pragma once
 
 #include <cstdint>
@@ -39,6 +39,8 @@ class SubsysResponseItem final : public ItemRecord {
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
   // 12 for the delayed-response form, else 4.
   std::uint32_t GetHeaderLength() const override;
+  void GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                const ItemRenderServices* services) const override;
   // Delayed form: red when its status word is present and non-zero, else
   // pale blue. Immediate form: light blue.
   bool SetDefaultColor() override;
@@ -53,6 +55,8 @@ class SubsysRequestItem final : public ItemRecord {
 
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
   std::uint32_t GetHeaderLength() const override { return buffer_.IsValid() ? 4 : 0; }
+  void GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
+                const ItemRenderServices* services) const override;
   bool SetDefaultColor() override;
 };
 

@@ -73,7 +73,11 @@ std::unique_ptr<ItemStoreFile> OpenItemStoreFile(std::u16string_view path,
                             u"the file was not closed (it has no trailer); open it with recovery");
       }
       auto file = std::make_unique<ItemStoreFile>(database);
-      file->OpenUnterminated(path, progress);
+      if (options.recover_in_memory) {
+        file->RecoverReadOnly(path, progress);
+      } else {
+        file->OpenUnterminated(path, progress);
+      }
       return file;
     }
     case IsfLayout::kOlder:

@@ -27,6 +27,7 @@ IsfLayout DetectIsfLayout(const platform::File& file);
 struct IsfOpenOptions {
   bool read_only = true;             // no appends; terminated files are mapped
   bool allow_recover = false;        // open a file without trailer (read-write)
+  bool recover_in_memory = false;    // with allow_recover: recover read-only, never write
   ProgressSink* progress = nullptr;  // told about the blocks walked; may be null
 };
 
@@ -34,7 +35,8 @@ struct IsfOpenOptions {
 //   - a terminated file: read-only opens use MappedItemStoreFile, read-write
 //     opens ItemStoreFile, then Open;
 //   - an unterminated file: only with `allow_recover`, ItemStoreFile and
-//     OpenUnterminated (read-write); otherwise 13;
+//     OpenUnterminated (read-write), or RecoverReadOnly with
+//     `recover_in_memory`; otherwise 13;
 //   - the older layout: 50 (its entries are not readable by this version);
 //   - anything else: 13. An empty path is 160; a file that cannot be opened
 //     gives the system error code.

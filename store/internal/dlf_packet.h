@@ -19,6 +19,11 @@ inline constexpr std::uint16_t kDlfCodeRequest = 0x1FEA;          // DIAG TX, SU
 inline constexpr std::uint16_t kDlfCodeEvent = 0x1FFB;            // EVENT
 inline constexpr std::uint16_t kDlfCodeExtendedMessage = 0x1FEB;  // MSG, command 0x79
 inline constexpr std::uint16_t kDlfCodeMessage = 0x1FEC;          // MSG, other commands
+// Quillon's own codes for the items the legacy format has no packet for,
+// beside the codes above; readers that do not know them skip the packet by
+// its length.
+inline constexpr std::uint16_t kDlfCodeGps = 0x1FE8;     // GPS
+inline constexpr std::uint16_t kDlfCodeString = 0x1FE9;  // STRING
 
 // Writes header and data into `out`. Returns the total length, or 0 (and
 // writes nothing) when `out` is null or the packet does not fit `capacity`.

@@ -327,7 +327,10 @@ TEST(DlfForm, LengthCodeTimeAndData) {
       {"no time", kItemSubsysRx, Bytes().U8(0x4B).U8(1).U16(2).U64(0x99), 0x1FF0, 0, 0},
       {"event", kItemEvent, event, 0x1FFB, 0xABCDEF, 1},
       {"extended msg", kItemMsg, ext, 0x1FEB, 0x5555, 0},
-      {"legacy msg", kItemMsg, legacy, 0x1FEC, 0x6666, 0}};
+      {"legacy msg", kItemMsg, legacy, 0x1FEC, 0x6666, 0},
+      // Quillon's own codes; the generic timestamp (a GPS record has no date).
+      {"gps", kItemGps, GpsPayload(1.0), 0x1FE8, kHeaderTime, 0},
+      {"string", kItemString, Bytes().U32(0xC0000001).U16(u'a').U16(0), 0x1FE9, kHeaderTime, 0}};
   for (const Case& c : cases) {
     const V d = Dlf(*Make(c.type, c.payload, false));
     const std::size_t size = c.payload.size() - c.data_from + 12;
@@ -357,8 +360,8 @@ TEST(DlfForm, NothingWithoutAFormOrRoom) {
   };
   const Case cases[] = {
       {kItemMalformed, {1, 2, 3}, true, 100, 0},
-      {kItemGps, GpsPayload(1.0), true, 100, 0},
-      {kItemString, Bytes().U32(0xC0000001).U16(0), true, 100, 0},
+      {kItemGps, GpsPayload(1.0), true, 67, 0},
+      {kItemString, Bytes().U32(0xC0000001).U16(0), true, 17, 0},
       {kItemEvent, {0x60, 0, 0, 1, 0}, false, 100, 0},
       {kItemLog, {0x10, 0, 0, 0, 0, 0, 1, 0}, false, 100, 0},
       {kItemMsg, {0x79}, false, 100, 0},
