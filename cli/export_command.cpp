@@ -14,6 +14,10 @@
 #if defined(_WIN32)
 #include <fcntl.h>
 #include <io.h>
+#define QUILLON_ISATTY(fd) _isatty(fd)
+#else
+#include <unistd.h>
+#define QUILLON_ISATTY(fd) ::isatty(fd)
 #endif
 
 #include "automation/store_access.h"
@@ -79,6 +83,10 @@ struct ExportOptions {
 // Standard output in binary mode, or the file of --output.
 ByteSink OpenOutput(const std::string& path, std::unique_ptr<CaptureFile>& file) {
   if (path.empty()) {
+    if (QUILLON_ISATTY(1) != 0) {
+      Fail("a capture is binary and standard output is a terminal: use --output FILE or a pipe",
+           kExitUsage);
+    }
 #if defined(_WIN32)
     _setmode(_fileno(stdout), _O_BINARY);
 #endif

@@ -3,6 +3,7 @@ tests/data/ota-vectors/vectors.isf, exported in both capture forms and
 decoded by tshark (scripts/setup.sh installs it)."""
 import os
 import pathlib
+import pty
 import subprocess
 import sys
 
@@ -46,3 +47,12 @@ def test_each_record_decodes_as_its_vector(decoded, index):
         expect = ["GSM TAP Header", "= Uplink: %d" % (1 - vector["direction"])]
     assert [s for s in expect + vector["expect"] if s not in text] == []
     assert "[Malformed Packet" not in text
+
+
+def test_export_to_a_terminal_is_refused():
+    primary, terminal = pty.openpty()
+    run = subprocess.run([TOOL, "export", str(VECTORS / "vectors.isf"), "--format", "pcap"],
+                         stdout=terminal, stderr=subprocess.PIPE, text=True)
+    os.close(primary), os.close(terminal)
+    assert (run.returncode, run.stderr) == (2, "quillon: a capture is binary and standard output "
+                                               "is a terminal: use --output FILE or a pipe\n")
