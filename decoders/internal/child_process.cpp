@@ -147,7 +147,6 @@ ExchangeResult ChildProcess::Exchange(std::span<const std::uint8_t> input, bool 
                                       Clock::time_point deadline) {
   if (!Running()) return ExchangeResult::kFailed;
   std::size_t written = 0;
-  char chunk[kReadChunk];
   for (;;) {
     if (written == input.size() && close_input && input_ >= 0) {
       close(input_);
@@ -165,13 +164,14 @@ ExchangeResult ChildProcess::Exchange(std::span<const std::uint8_t> input, bool 
       if (n > 0) written += static_cast<std::size_t>(n);
     }
     if (fds[0].revents != 0) {
-      const ssize_t n = read(output_, chunk, sizeof chunk);
+      // Read straight into the output (no buffer on the host thread's stack).
+      const std::size_t had = output.size();
+      output.resize(had + kReadChunk);
+      const ssize_t n = read(output_, output.data() + had, kReadChunk);
+      output.resize(had + static_cast<std::size_t>(n > 0 ? n : 0));
       if (n == 0) return done(output) ? ExchangeResult::kDone : ExchangeResult::kEnded;
       if (n < 0 && errno != EAGAIN && errno != EINTR) return ExchangeResult::kFailed;
-      if (n > 0) {
-        output.append(chunk, static_cast<std::size_t>(n));
-        if (written == input.size() && done(output)) return ExchangeResult::kDone;
-      }
+      if (n > 0 && written == input.size() && done(output)) return ExchangeResult::kDone;
     }
   }
 }
