@@ -57,15 +57,15 @@ Row MakeRow(const CAutoColorItem& item, std::uint32_t index, bool payload) {
 }
 
 void AppendTable(std::string& out, const Row& r) {
-  char head[96];
-  std::snprintf(head, sizeof head, "%8u  %s  %-9s  %-14s  %6u  ", r.index, r.time.c_str(),
+  char head[128];
+  std::snprintf(head, sizeof head, "%8u  %s  %-9s  %-14s  %5u  ", r.index, r.time.c_str(),
                 r.type_text.c_str(), r.key_text.c_str(), r.length);
   out += head;
-  out += ToUtf8(OneLine(PathArgument(r.name)));
-  if (!r.summary.empty()) {
-    out += r.name.empty() ? "" : "  ";
-    out += ToUtf8(OneLine(PathArgument(r.summary)));
-  }
+  const std::u16string name = OneLine(PathArgument(r.name));
+  out += ToUtf8(name);
+  if (name.size() < 40) out.append(40 - name.size(), ' ');
+  out += "  ";
+  out += ToUtf8(OneLine(PathArgument(r.summary)));
   if (!r.payload_hex.empty()) out += "  " + r.payload_hex;
   while (!out.empty() && out.back() == ' ') out.pop_back();
   out.push_back('\n');

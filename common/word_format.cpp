@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <bit>
-#include <deque>
+#include <list>
 #include <string>
 #include <vector>
 
@@ -38,7 +38,9 @@ class WordArguments final : public FormatArgumentSource {
 
  private:
   std::vector<FormatArgument> args_;
-  std::deque<std::string> narrow_texts_;
+  // A list: stable addresses, and (unlike a deque) no allocation while
+  // empty, which it is for almost every format.
+  std::list<std::string> narrow_texts_;
   std::size_t next_ = 0;
 };
 
@@ -53,6 +55,7 @@ constexpr std::size_t kClampedFieldBound = 4095;
 constexpr std::int64_t kMaxField = 65536;
 constexpr std::int64_t kMaxFieldBeside = 16384;
 constexpr std::int64_t kIntMax = 0x7FFFFFFF;
+constexpr std::size_t kExpectedPieces = 16;
 
 bool IsFlag(char16_t c) {
   return std::u16string_view(u"-+ #0").find(c) != std::u16string_view::npos;
@@ -125,6 +128,10 @@ class WordScanner {
   // it was not given.
   std::optional<std::vector<Piece>> Scan() {
     std::vector<Piece> pieces;
+    // Device messages and summaries have a few conversions: one allocation
+    // holds them all.
+    pieces.reserve(kExpectedPieces);
+    args_.Values().reserve(kExpectedPieces);
     std::size_t i = 0;
     while (i < format_.size() && !refused_) {
       const std::size_t percent = format_.find(u'%', i);
@@ -394,6 +401,7 @@ std::optional<std::u16string> FormatWords(std::u16string_view format,
   const std::optional<std::vector<Piece>> pieces = WordScanner(format, words, bound, args).Scan();
   if (!pieces) return std::nullopt;
   std::u16string text;
+  text.reserve(std::min(bound, format.size() * 2));
   std::u16string scratch;
   bool full = false;
   for (const Piece& piece : *pieces) {

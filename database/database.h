@@ -7,11 +7,13 @@
 // found) and may be called from several threads.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -148,8 +150,32 @@ class Database final : public ItemDatabaseView {
     std::u16string name;
     bool operator==(const EntityCacheKey&) const = default;
   };
+  // What a lookup passes: views of its own codes and name, so that a cache
+  // hit allocates nothing.
+  struct EntityCacheView {
+    std::span<const std::uint32_t> codes;
+    std::u16string_view name;
+  };
   struct EntityCacheHash {
-    std::size_t operator()(const EntityCacheKey& k) const;
+    using is_transparent = void;
+    std::size_t operator()(const EntityCacheView& k) const;
+    std::size_t operator()(const EntityCacheKey& k) const {
+      return (*this)(EntityCacheView{k.codes, k.name});
+    }
+  };
+  struct EntityCacheEqual {
+    using is_transparent = void;
+    static bool Same(const EntityCacheView& a, const EntityCacheView& b) {
+      return a.name == b.name &&
+             std::equal(a.codes.begin(), a.codes.end(), b.codes.begin(), b.codes.end());
+    }
+    bool operator()(const EntityCacheKey& a, const EntityCacheKey& b) const { return a == b; }
+    bool operator()(const EntityCacheView& a, const EntityCacheKey& b) const {
+      return Same(a, EntityCacheView{b.codes, b.name});
+    }
+    bool operator()(const EntityCacheKey& a, const EntityCacheView& b) const {
+      return Same(EntityCacheView{a.codes, a.name}, b);
+    }
   };
 
   void ClearIndexes();
@@ -164,7 +190,8 @@ class Database final : public ItemDatabaseView {
 
   // Lazily filled, guarded by cache_mutex_.
   mutable std::mutex cache_mutex_;
-  mutable std::unordered_map<EntityCacheKey, const DiagEntity*, EntityCacheHash> entity_cache_;
+  mutable std::unordered_map<EntityCacheKey, const DiagEntity*, EntityCacheHash, EntityCacheEqual>
+      entity_cache_;
   mutable std::map<const DiagEntity*, std::vector<std::uint32_t>> referenced_fields_;
   mutable std::mutex colors_mutex_;
   mutable bool colors_loaded_ = false;

@@ -22,8 +22,8 @@ const typename Map::mapped_type* FindIn(const Map& map, const Key& key) {
 
 }  // namespace
 
-std::size_t Database::EntityCacheHash::operator()(const EntityCacheKey& k) const {
-  std::size_t h = std::hash<std::u16string>()(k.name);
+std::size_t Database::EntityCacheHash::operator()(const EntityCacheView& k) const {
+  std::size_t h = std::hash<std::u16string_view>()(k.name);
   for (const std::uint32_t c : k.codes) h = h * 1000003u ^ c;
   return h;
 }
@@ -41,9 +41,11 @@ StructRowRange Database::FindStructRows(std::uint32_t struct_id) const {
 
 const DiagEntity* Database::FindDiagEntity(const std::vector<std::uint32_t>& codes,
                                            std::u16string_view name) const {
-  EntityCacheKey key{codes, std::u16string(name)};
   std::lock_guard lock(cache_mutex_);
-  if (const auto hit = entity_cache_.find(key); hit != entity_cache_.end()) return hit->second;
+  if (const auto hit = entity_cache_.find(EntityCacheView{codes, name});
+      hit != entity_cache_.end()) {
+    return hit->second;
+  }
   const DiagEntity* found = nullptr;
   const auto [begin, end] = tables_.diag.equal_range(codes);
   if (name.empty()) {
@@ -55,7 +57,7 @@ const DiagEntity* Database::FindDiagEntity(const std::vector<std::uint32_t>& cod
     }
   }
   if (entity_cache_.size() >= kEntityCacheLimit) entity_cache_.clear();
-  entity_cache_.emplace(std::move(key), found);
+  entity_cache_.emplace(EntityCacheKey{codes, std::u16string(name)}, found);
   return found;
 }
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "common/safe_format.h"
+#include "common/number_text.h"
 #include "common/text.h"
 #include "common/word_format.h"
 #include "items/message_layout.h"
@@ -19,9 +19,22 @@ constexpr std::u16string_view kInvalidFormatText = u"Error: Invalid message form
 
 bool IsTrailingSpace(char16_t c) { return c == u' ' || (c >= u'\t' && c <= u'\r'); }
 
-void MakeLine(std::u16string_view file, std::uint32_t line, std::u16string_view format,
+// The heading "%18s  %05d  " of a 16-bit line number, appended without a
+// format parse (every MSG item renders one).
+void AppendHeading(std::u16string_view file, std::uint16_t line, std::u16string& out) {
+  constexpr std::size_t kFileColumns = 18;
+  if (file.size() < kFileColumns) out.append(kFileColumns - file.size(), u' ');
+  out += file;
+  out += u"  ";
+  for (std::uint32_t limit = 10000; limit > 1 && line < limit; limit /= 10) out += u'0';
+  AppendDecimal(out, line);
+  out += u"  ";
+}
+
+void MakeLine(std::u16string_view file, std::uint16_t line, std::u16string_view format,
               std::span<const std::uint32_t> args, std::size_t bound, std::u16string& out) {
-  out = Format(u"%18s  %05d  ", {file, static_cast<int>(line)});
+  out.clear();
+  AppendHeading(file, line, out);
   out += FormatDeviceMessage(format, args, bound);
   while (!out.empty() && IsTrailingSpace(out.back())) out.pop_back();
 }

@@ -21,7 +21,8 @@ namespace quillon {
 
 namespace {
 
-// The width of the event name column of a combined event summary.
+// A combined event summary: the name left-aligned in 32 columns, a blank,
+// the summary.
 constexpr std::u16string_view kCombinedEventFormat = u"%-32s %s";
 
 // STRING header word bits.
@@ -77,16 +78,20 @@ std::u16string TimestampTextOf(const ItemRecord& item, const ItemRenderOptions& 
 // "Length: %04u".
 std::u16string LengthSummary(std::size_t length) {
   std::u16string text = u"Length: ";
-  for (std::size_t digits = 1, limit = 10; digits < 4; ++digits, limit *= 10) {
-    if (length < limit) text += u'0';
-  }
+  for (std::size_t limit = 1000; limit > 1 && length < limit; limit /= 10) text += u'0';
   AppendDecimal(text, length);
   return text;
 }
 
-// The database summary of the item's entity; empty when it has none.
+// The database summary of the item's entity; empty when it has none. Most
+// entities have no summary and many items no entity: the field list is
+// made only for those that have one.
 std::u16string DatabaseSummary(const ItemRecord& item, const Database& database) {
-  ParsedFieldList list(database, &item);
+  EntityPayload payload = EntityPayloadOf(item);
+  if (payload.keys.empty()) return {};
+  const DiagEntity* entity = database.FindDiagEntity(payload.keys, {});
+  if (entity == nullptr || entity->format_id < 0) return {};
+  ParsedFieldList list(database, std::move(payload), item);
   list.Parse({.summary_only = true, .field_strings = true, .field_names = true});
   return list.Summary();
 }
@@ -243,20 +248,34 @@ std::optional<std::u16string> LogCodeSummary(std::uint32_t log_code,
     const auto channel = r.U16(1);
     const auto pilot = r.U16(3);
     if (!channel || !pilot) return std::nullopt;
-    return Format(u"Channel: %hu, Pilot PN: %hu", {unsigned{*channel}, unsigned{*pilot}});
+    // "Channel: %hu, Pilot PN: %hu"
+    std::u16string text = u"Channel: ";
+    AppendDecimal(text, *channel);
+    text += u", Pilot PN: ";
+    AppendDecimal(text, *pilot);
+    return text;
   }
   if (log_code == kNasLogCode) {
     const auto direction = r.U8(0);
     const auto length = r.U32(1);
     if (!direction || !length) return std::nullopt;
-    return Format(u"Direction: %s, Length: %u",
-                  {*direction != 0 ? u"MS To Network" : u"Network To MS", *length});
+    // "Direction: %s, Length: %u"
+    std::u16string text = u"Direction: ";
+    text += *direction != 0 ? u"MS To Network" : u"Network To MS";
+    text += u", Length: ";
+    AppendDecimal(text, *length);
+    return text;
   }
   if (log_code == kRrcLogCode) {
     const auto bearer = r.U8(1);
     const auto length = r.U16(2);
     if (!bearer || !length) return std::nullopt;
-    return Format(u"Radio Bearer ID: %u, Length: %hu", {unsigned{*bearer}, unsigned{*length}});
+    // "Radio Bearer ID: %u, Length: %hu"
+    std::u16string text = u"Radio Bearer ID: ";
+    AppendDecimal(text, *bearer);
+    text += u", Length: ";
+    AppendDecimal(text, *length);
+    return text;
   }
   return std::nullopt;
 }

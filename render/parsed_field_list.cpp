@@ -37,6 +37,9 @@ ParsedFieldList::ParsedFieldList(const Database& db, EntityPayload payload, cons
   if (item != nullptr) buffer_ = item->Buffer();
 }
 
+ParsedFieldList::ParsedFieldList(const Database& db, EntityPayload payload, const ItemRecord& item)
+    : ParsedFieldList(db, std::move(payload), &item, {}) {}
+
 ParsedFieldList::ParsedFieldList(const Database& db, std::uint32_t event_id,
                                  const std::uint8_t* payload, std::int32_t length)
     : StructWalker(db, {4, event_id}, {}) {

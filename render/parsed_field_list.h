@@ -42,6 +42,9 @@ class ParsedFieldList : public StructWalker {
   // empty payload.
   ParsedFieldList(const Database& db, std::uint32_t event_id, const std::uint8_t* payload,
                   std::int32_t length);
+  // The entity payload of `item` (EntityPayloadOf) that the caller has
+  // already worked out; the list keeps a reference to the item's buffer.
+  ParsedFieldList(const Database& db, EntityPayload payload, const ItemRecord& item);
   // Any entity key list over bytes that the caller keeps alive (tools,
   // tests and fuzzing).
   ParsedFieldList(const Database& db, std::vector<std::uint32_t> keys, const std::uint8_t* payload,

@@ -1,6 +1,8 @@
 """The quillon tool end to end: each command's output on the sample against
-committed expected output (QUILLON_REGENERATE=1 rewrites them), failures
-as messages with an exit status, and reading commands that never write."""
+committed expected output (QUILLON_REGENERATE=1 rewrites them; the whole
+dump and the text of `show` are the golden tests of CMakeLists.txt, which
+also run under Wine), failures as messages with an exit status, and
+reading commands that never write."""
 import os
 import pathlib
 import re
@@ -19,13 +21,11 @@ R = SAMPLE.name
 
 OUTPUTS = {
     "info": ["info", R],
-    "dump": ["dump", R],
     "dump_csv_logs": ["dump", R, "--type", "LOG", "--format", "csv"],
     "dump_jsonl_payload": ["dump", R, "--first", "15", "--count", "6", "--format", "jsonl",
                            "--payload"],
     "dump_keys_times": ["dump", R, "--key", "0x1076", "--key", "00276",
                         "--since", "2024-03-01T09:30:01", "--until", "2024-03-01T09:30:03.5Z"],
-    "show": ["show", R, "20"],
     "show_json": ["show", R, "2", "--format", "json"],
     "fields": ["fields", R, "2"],
     "fields_xml": ["fields", R, "20", "--xml"],

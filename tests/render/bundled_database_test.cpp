@@ -8,6 +8,7 @@
 
 #include "common/item_database_view.h"
 #include "database/database.h"
+#include "render/event_service.h"
 #include "render/field_xml.h"
 #include "render/parsed_field_list.h"
 #include "store/item_factory.h"
@@ -97,6 +98,15 @@ TEST_F(BundledDatabase, EveryEntityWalksArbitraryPayloadsSafely) {
     }
   }
   EXPECT_GT(walked, 100u);
+}
+
+TEST_F(BundledDatabase, EventNameTableHoldsEveryEvent) {
+  const EventNameTable names(*db_);
+  EXPECT_EQ(names.size(), db_->Tables().Items(DbItemTable::kEvent).size());
+  EXPECT_EQ(names.Name(276), u"EVENT_IDLE_HANDOFF");
+  EXPECT_EQ(names.Name(1938), u"EVENT_LTE_RRC_TIMER_STATUS");
+  EXPECT_EQ(names.Name(4095), u"");
+  EXPECT_EQ(EventNameTable().Name(276), u"");
 }
 
 }  // namespace

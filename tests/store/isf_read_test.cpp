@@ -251,6 +251,20 @@ TEST(IsfRecover, ACutAtEveryByteOfTheLastRecordKeepsTheItemsBeforeIt) {
   }
 }
 
+TEST(IsfRecover, ReadOnlyRecoveryCountsTheSameAndNeverWrites) {
+  const auto bytes = SmallFileBytes(5);
+  const auto temp = FileOf({bytes.begin(), bytes.end() - isf::kTrailerSize});
+  const auto before = ReadBytes(temp->path());
+  ItemStoreFile file;
+  file.RecoverReadOnly(temp->u16(), nullptr);
+  EXPECT_EQ(file.GetItemCount(), 5u);
+  EXPECT_EQ(file.ReadItem(4)->GetPayload()[1], 4u);
+  const auto item = DiagTx(TimeAtMs(kSomeMs + 9000), 0x99);
+  EXPECT_EQ(CodeOf([&] { file.AppendItem(item.get()); }), 50u);
+  file.Close();
+  EXPECT_EQ(ReadBytes(temp->path()), before);
+}
+
 TEST(IsfRecover, RefusesBadFilesAndStopsAtTheFirstCorruptEntry) {
   auto bytes = SmallFileBytes(5);
   ItemStoreFile file;
