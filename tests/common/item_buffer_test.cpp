@@ -9,20 +9,18 @@
 namespace quillon {
 namespace {
 
-TEST(ItemBuffer, ValidLengths) {
+TEST(ItemBuffer, OneTo8208BytesAreValidAndInvalidBuffersHoldNothing) {
   std::vector<std::uint8_t> bytes(kMaxItemPayload + 1, 0xAB);
   EXPECT_TRUE(ItemBuffer(bytes.data(), 1).IsValid());
   const ItemBuffer largest(bytes.data(), 8208);
-  EXPECT_TRUE(largest.IsValid());
   EXPECT_EQ(largest.Length(), 8208u);
   EXPECT_EQ(largest.Bytes().back(), 0xAB);
-  // Invalid buffers hold nothing at all.
-  for (const ItemBuffer* b : {new ItemBuffer(bytes.data(), 8209), new ItemBuffer(bytes.data(), 0),
-                              new ItemBuffer(nullptr, 10)}) {
-    EXPECT_FALSE(b->IsValid());
-    EXPECT_EQ(b->Data(), nullptr);
-    EXPECT_EQ(b->Length(), 0u);
-    delete b;
+  for (const auto& [data, length] :
+       {std::pair{bytes.data(), 8209}, {bytes.data(), 0}, {nullptr, 10}}) {
+    const ItemBuffer b(data, length);
+    EXPECT_FALSE(b.IsValid());
+    EXPECT_EQ(b.Data(), nullptr);
+    EXPECT_EQ(b.Length(), 0u);
   }
 }
 
@@ -30,10 +28,8 @@ TEST(ItemBufferRef, CopiesTheBytesAndInvalidGivesEmptyHolder) {
   std::uint8_t bytes[] = {1, 2, 3};
   const ItemBufferRef ref = ItemBufferRef::Make(bytes, sizeof(bytes));
   bytes[0] = 9;
-  ASSERT_TRUE(ref.IsValid());
-  EXPECT_EQ(ref.Length(), 3u);
+  ASSERT_EQ(ref.Length(), 3u);
   EXPECT_EQ(ref.Data()[0], 1);
-
   const ItemBufferRef empty = ItemBufferRef::Make(bytes, 0);
   EXPECT_FALSE(empty.IsValid());
   EXPECT_EQ(empty.Data(), nullptr);
@@ -47,13 +43,11 @@ TEST(ItemBufferRef, CopiesTheBytesAndInvalidGivesEmptyHolder) {
 TEST(ItemBufferRef, CountsFollowCopiesMovesAndAssignments) {
   const std::uint8_t bytes[] = {1, 2};
   ItemBufferRef a = ItemBufferRef::Make(bytes, 1);
-  EXPECT_EQ(a.RefCount(), 1u);
   {
     ItemBufferRef b(a);
     EXPECT_EQ(b.Get(), a.Get());
     ItemBufferRef c;
     c = b;
-    EXPECT_EQ(a.RefCount(), 3u);
     ItemBufferRef d(std::move(c));  // a move takes the reference over
     EXPECT_FALSE(c.IsValid());      // NOLINT(bugprone-use-after-move)
     d = d;                          // self-assignment keeps the count
@@ -61,7 +55,6 @@ TEST(ItemBufferRef, CountsFollowCopiesMovesAndAssignments) {
     EXPECT_EQ(a.RefCount(), 3u);
   }
   EXPECT_EQ(a.RefCount(), 1u);
-
   ItemBufferRef a2 = a;
   ItemBufferRef b = ItemBufferRef::Make(bytes + 1, 1);
   a2 = b;  // releases the old buffer

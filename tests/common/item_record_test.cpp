@@ -11,24 +11,23 @@ namespace {
 
 class TestItem final : public ItemRecord {
  public:
-  TestItem(std::uint32_t type_code, const ItemBufferRef& buffer, ItemKey key)
+  TestItem(std::uint32_t type_code, ItemKey key, const ItemBufferRef& buffer = Payload())
       : ItemRecord(type_code, buffer) {
     key_ = std::move(key);
+  }
+  static ItemBufferRef Payload() {
+    const std::uint8_t bytes[] = {0x4B, 0x12, 0x34};
+    return ItemBufferRef::Make(bytes, sizeof(bytes));
   }
   std::uint32_t GetHeaderLength() const override { return 0; }
   bool SetDefaultColor() override { return true; }
 };
 
-ItemBufferRef Payload() {
-  const std::uint8_t bytes[] = {0x4B, 0x12, 0x34};
-  return ItemBufferRef::Make(bytes, sizeof(bytes));
-}
-
 TEST(ItemRecord, ConstructionTakesAReferenceAndStampsNow) {
-  const ItemBufferRef buffer = Payload();
+  const ItemBufferRef buffer = TestItem::Payload();
   const auto before = ItemTimestamp::Now();
   {
-    const TestItem item(kItemLog, buffer, {kItemLog, 0x1234});
+    const TestItem item(kItemLog, {kItemLog, 0x1234}, buffer);
     EXPECT_EQ(buffer.RefCount(), 2u);
     EXPECT_EQ(item.TypeCode(), kItemLog);
     EXPECT_EQ(item.AuxValue(), 0xFFFFFFFFu);
@@ -42,55 +41,48 @@ TEST(ItemRecord, ConstructionTakesAReferenceAndStampsNow) {
 }
 
 TEST(ItemRecord, ValidityNeedsTypeBufferAndMatchingKey) {
-  const ItemBufferRef buffer = Payload();
-  EXPECT_TRUE(TestItem(kItemLog, buffer, {kItemLog, 1}).IsValid());
-  EXPECT_TRUE(TestItem(kItemMalformed, buffer, {kItemMalformed}).IsValid());
-  EXPECT_FALSE(TestItem(kItemLog, buffer, {kItemLog, 70000}).IsValid());  // bad key
-  EXPECT_FALSE(TestItem(kItemLog, buffer, {kItemEvent, 1}).IsValid());    // other type
-  EXPECT_FALSE(TestItem(11, buffer, {11}).IsValid());
-  EXPECT_FALSE(TestItem(kItemLog, ItemBufferRef(), {kItemLog, 1}).IsValid());
-  const TestItem no_payload(kItemGps, ItemBufferRef(), {kItemGps});
+  EXPECT_TRUE(TestItem(kItemLog, {kItemLog, 1}).IsValid());
+  EXPECT_TRUE(TestItem(kItemMalformed, {kItemMalformed}).IsValid());
+  EXPECT_FALSE(TestItem(kItemLog, {kItemLog, 70000}).IsValid());  // bad key
+  EXPECT_FALSE(TestItem(kItemLog, {kItemEvent, 1}).IsValid());    // other type
+  EXPECT_FALSE(TestItem(11, {11}).IsValid());
+  EXPECT_FALSE(TestItem(kItemLog, {kItemLog, 1}, ItemBufferRef()).IsValid());
+  const TestItem no_payload(kItemGps, {kItemGps}, ItemBufferRef());
   EXPECT_EQ(no_payload.GetPayload(), nullptr);
   EXPECT_EQ(no_payload.GetPayloadLength(), 0u);
 }
 
-TEST(ItemRecord, BaseSlotsAndTimestampComparisons) {
-  TestItem early(kItemDiagRx, Payload(), {kItemDiagRx, 0x4B});
+TEST(ItemRecord, BaseSlotsAndStrictTimestampComparisons) {
+  TestItem early(kItemDiagRx, {kItemDiagRx, 0x4B});
   std::uint8_t out[16] = {};
   EXPECT_EQ(early.GetDLFBuffer(out, sizeof(out)), 0u);
   std::u16string text = u"untouched";
   EXPECT_FALSE(early.GetParsedText(text, nullptr));
-
-  TestItem late(kItemGps, Payload(), {kItemGps});
+  TestItem late(kItemGps, {kItemGps});
   early.SetTimestamp(ItemTimestamp(100));
   late.SetTimestamp(ItemTimestamp(200));
-  EXPECT_TRUE(late.IsLaterThan(early));
+  EXPECT_TRUE(late.IsLaterThan(early) && early.IsEarlierThan(late));
   EXPECT_FALSE(early.IsLaterThan(late));
-  EXPECT_TRUE(early.IsEarlierThan(late));
   late.SetTimestamp(ItemTimestamp(100));
-  EXPECT_FALSE(late.IsLaterThan(early));  // strict
-  EXPECT_FALSE(late.IsEarlierThan(early));
+  EXPECT_FALSE(late.IsLaterThan(early) || late.IsEarlierThan(early));
 }
 
 TEST(ItemRecord, TextsFilledByTheBase) {
-  TestItem item(kItemSubsysTx, Payload(), {kItemSubsysTx, 18, 42});
+  TestItem item(kItemSubsysTx, {kItemSubsysTx, 18, 42});
   item.SetTimestamp(ItemTimestamp(0x10000));
   ItemTextRequest request{{ItemTextKind::kTypeText, u"old"},
                           {ItemTextKind::kTimestampText, u"old"},
                           {ItemTextKind::kSummary, u""}};
   item.GetTexts(request, ItemRenderOptions{}, nullptr);
-  EXPECT_EQ(request[ItemTextKind::kTypeText], u"SUBSYS TX");
-  EXPECT_EQ(request[ItemTextKind::kTimestampText], u"00:00:00.001");  // default options
-  EXPECT_EQ(request[ItemTextKind::kSummary], u"");
-  EXPECT_EQ(request.size(), 3u);  // nothing that was not asked for
-
+  // Default options; nothing that was not asked for.
+  EXPECT_EQ(request, (ItemTextRequest{{ItemTextKind::kTypeText, u"SUBSYS TX"},
+                                      {ItemTextKind::kTimestampText, u"00:00:00.001"},
+                                      {ItemTextKind::kSummary, u""}}));
   ItemTextRequest dated{{ItemTextKind::kTimestampText, u""}};
   item.GetTexts(dated, ItemRenderOptions{.want_date = true, .want_milliseconds = false}, nullptr);
   EXPECT_EQ(dated[ItemTextKind::kTimestampText], u"01/06/1980 00:00:00");
-
-  const TestItem bad_key(kItemDiagRx, Payload(), {kItemDiagRx, 256});
   ItemTextRequest type{{ItemTextKind::kTypeText, u""}};
-  bad_key.GetTexts(type, ItemRenderOptions{}, nullptr);
+  TestItem(kItemDiagRx, {kItemDiagRx, 256}).GetTexts(type, ItemRenderOptions{}, nullptr);
   EXPECT_EQ(type[ItemTextKind::kTypeText], u"Unknown");
 }
 
@@ -101,13 +93,9 @@ TEST(NullItemDatabaseView, KnowsNothing) {
 }
 
 TEST(cMISException, ExplainsItselfWithOperationAndReason) {
-  struct Case {
-    cMISException error;
-    const char* what;
-  };
   const cMISException read_only(kMisCategorySystem, mis::kNotSupported, u"",
                                 u"the file was opened read-only");
-  const Case cases[] = {
+  const std::pair<cMISException, const char*> cases[] = {
       {cMISException(kMisCategoryCaller, mis::kBadArguments),
        "an argument or an item index is not correct (error 160)"},
       {cMISException(0xFFFFFFFF, 0xFFFFFFFF), "an unknown error (error 4294967295)"},
@@ -120,10 +108,10 @@ TEST(cMISException, ExplainsItselfWithOperationAndReason) {
       {cMISException(cMISException(kMisCategorySystem, 13, u"inner"), u"outer"),
        "outer: the data is invalid or corrupt (error 13)"},
   };
-  for (const Case& c : cases) EXPECT_STREQ(c.error.what(), c.what);
-  EXPECT_EQ(cases[4].error.Category(), kMisCategorySystem);
-  EXPECT_EQ(cases[4].error.Reason(), u"the file was opened read-only");
-  EXPECT_EQ(cases[0].error.Reason(), u"an argument or an item index is not correct");
+  for (const auto& [error, what] : cases) EXPECT_STREQ(error.what(), what);
+  EXPECT_EQ(cases[4].first.Category(), kMisCategorySystem);
+  EXPECT_EQ(cases[4].first.Reason(), u"the file was opened read-only");
+  EXPECT_EQ(cases[0].first.Reason(), u"an argument or an item index is not correct");
   try {
     try {
       throw cMISException(kMisCategorySystem, 13, u"inner");
