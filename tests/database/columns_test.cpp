@@ -125,29 +125,20 @@ TEST(DbMessageFormat, SubstitutesTypedArguments) {
 }
 
 TEST(DbSpecifier, ParsingAndFormatting) {
-  RowSpecifier s = ParseRowSpecifier(kRepeatOptional, u"3 <= 10");
-  ASSERT_TRUE(s.valid);
-  EXPECT_EQ(s.field_id, 3u);
-  EXPECT_EQ(s.op, kCondLessEqual);
-  EXPECT_EQ(s.value, 10);
-  s = ParseRowSpecifier(kRepeatOptional, u"  12   !%   0x10 ");
-  ASSERT_TRUE(s.valid);
-  EXPECT_EQ(s.op, kCondNotDivisible);
-  EXPECT_EQ(s.value, 16);
-  s = ParseRowSpecifier(kRepeatComputed, u"4 * -2");
-  ASSERT_TRUE(s.valid);
-  EXPECT_EQ(s.op, kCountMultiply);
-  EXPECT_EQ(s.value, -2);
-  s = ParseRowSpecifier(kRepeatComputed, u"4 / 0xFFFFFFFFFFFFFFFF");
-  ASSERT_TRUE(s.valid);
-  EXPECT_EQ(s.value, -1);
-  s = ParseRowSpecifier(kRepeatRange, u"5  0x7");
-  ASSERT_TRUE(s.valid);
-  EXPECT_EQ(s.field_id, 5u);
-  EXPECT_EQ(s.field_id2, 7u);
-  EXPECT_EQ(ParseRowSpecifier(kRepeatCountField, u"0x20").field_id, 32u);
-  EXPECT_EQ(ParseRowSpecifier(kRepeatFixed, u"12").count, 12u);
-  s = ParseRowSpecifier(kRepeatOptional, u"3  >= 0x10");
+  // clang-format off
+  const std::tuple<std::int32_t, std::u16string_view, RowSpecifier> rows[] = {
+      {kRepeatOptional, u"3 <= 10", {true, 0, 3, 0, kCondLessEqual, 10, u"<=", u"10"}},
+      {kRepeatOptional, u"  12   !%   0x10 ", {true, 0, 12, 0, kCondNotDivisible, 16, u"!%", u"0x10"}},
+      {kRepeatComputed, u"4 * -2", {true, 0, 4, 0, kCountMultiply, -2, u"*", u"-2"}},
+      {kRepeatComputed, u"4 / 0xFFFFFFFFFFFFFFFF",
+       {true, 0, 4, 0, kCountDivide, -1, u"/", u"0xFFFFFFFFFFFFFFFF"}},
+      {kRepeatRange, u"5  0x7", {true, 0, 5, 7, 0, 0, u"", u""}}, {kRepeatCountField, u"0x20", {true, 0, 32, 0, 0, 0, u"", u""}},
+      {kRepeatFixed, u"12", {true, 12, 0, 0, 0, 0, u"", u""}}};
+  // clang-format on
+  for (const auto& [kind, text, parsed] : rows) {
+    EXPECT_EQ(ParseRowSpecifier(kind, text), parsed) << Narrow(text);
+  }
+  RowSpecifier s = ParseRowSpecifier(kRepeatOptional, u"3  >= 0x10");
   s.field_id = 99;
   EXPECT_EQ(FormatRowSpecifier(kRepeatOptional, s), u"99 >= 0x10");
 

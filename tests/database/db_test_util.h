@@ -7,6 +7,7 @@
 #include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -24,10 +25,8 @@ class TempDir {
   TempDir() {
     static std::atomic<int> counter{0};
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    path_ =
-        fs::temp_directory_path() /
-        ("quillon_db_" + (info ? std::string(info->test_suite_name()) + "_" + info->name() : "") +
-         "_" + std::to_string(counter++));
+    path_ = fs::temp_directory_path() / ("quillon_db_" + std::string(info->test_suite_name()) +
+                                         "_" + info->name() + "_" + std::to_string(counter++));
     fs::remove_all(path_);
     fs::create_directories(path_);
   }
@@ -46,22 +45,15 @@ class TempDir {
   fs::path path_;
 };
 
-inline void WriteBytes(const fs::path& file, const std::string& bytes) {
-  std::ofstream out(file, std::ios::binary | std::ios::trunc);
-  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+inline void WriteAnsi(const fs::path& file, const std::string& bytes) {
+  std::ofstream(file, std::ios::binary | std::ios::trunc) << bytes;
 }
-
-inline void WriteAnsi(const fs::path& file, const std::string& text) { WriteBytes(file, text); }
 
 // UTF-16LE, with or without a byte-order mark.
 inline void WriteUtf16(const fs::path& file, const std::u16string& text, bool bom = true) {
-  std::string bytes;
-  if (bom) bytes += "\xFF\xFE";
-  for (const char16_t c : text) {
-    bytes.push_back(static_cast<char>(c & 0xFF));
-    bytes.push_back(static_cast<char>(c >> 8));
-  }
-  WriteBytes(file, bytes);
+  std::string bytes = bom ? "\xFF\xFE" : "";
+  for (const char16_t c : text) bytes += {static_cast<char>(c & 0xFF), static_cast<char>(c >> 8)};
+  WriteAnsi(file, bytes);
 }
 
 inline std::string ReadBytes(const fs::path& file) {
@@ -75,11 +67,11 @@ inline std::string Narrow(std::u16string_view text) {
   return out;
 }
 
-// Every loaded table as an empty file, so that a load of the directory
-// fails only for what a test writes into it.
-inline void WriteEmptyTables(const fs::path& dir) {
+// Every loaded table, empty unless `files` gives its text (ANSI), so that a
+// load of the directory fails only for what a test writes into it.
+inline void WriteTables(const fs::path& dir, const std::map<std::string, std::string>& files = {}) {
   auto touch = [&](std::u16string_view name) {
-    WriteBytes(dir / fs::path(std::u16string(name)), "");
+    WriteAnsi(dir / fs::path(std::u16string(name)), "");
   };
   for (std::size_t i = 0; i < kDbItemTableCount; ++i) {
     touch(db::ItemTableName(static_cast<DbItemTable>(i)).file);
@@ -90,9 +82,11 @@ inline void WriteEmptyTables(const fs::path& dir) {
         &db::kEnumTable, &db::kEnumEntryTable, &db::kDescriptionTable}) {
     touch(t->file);
   }
+  for (const auto& [name, text] : files) WriteAnsi(dir / name, text);
 }
 
-// All messages as "severity: text" lines, for failure output.
+// All messages as "severity: text" lines (for failure output and whole-list
+// comparisons).
 inline std::string Dump(const DbMessageList& list) {
   std::string out;
   for (const auto& m : list.Messages())
@@ -100,26 +94,23 @@ inline std::string Dump(const DbMessageList& list) {
   return out;
 }
 
-inline bool Has(const DbMessageList& list, const std::u16string& text, DbSeverity severity) {
-  for (const auto& m : list.Messages()) {
-    if (m.text == text && m.severity == severity) return true;
-  }
-  return false;
+inline std::size_t Count(const DbMessageList& list, std::u16string_view text,
+                         std::optional<DbSeverity> severity = std::nullopt) {
+  std::size_t n = 0;
+  for (const auto& m : list.Messages())
+    n += m.text == text && severity.value_or(m.severity) == m.severity;
+  return n;
+}
+inline bool Has(const DbMessageList& list, std::u16string_view text, DbSeverity severity) {
+  return Count(list, text, severity) > 0;
 }
 
 // Each text reported with the severity, for failure output the whole list.
 inline void ExpectMessages(const DbMessageList& list,
                            std::initializer_list<std::u16string_view> texts,
                            DbSeverity severity = DbSeverity::kError) {
-  for (const auto text : texts) {
-    EXPECT_TRUE(Has(list, std::u16string(text), severity)) << Narrow(text) << "\n" << Dump(list);
-  }
-}
-
-inline std::size_t Count(const DbMessageList& list, const std::u16string& text) {
-  std::size_t n = 0;
-  for (const auto& m : list.Messages()) n += m.text == text ? 1 : 0;
-  return n;
+  for (const auto text : texts)
+    EXPECT_TRUE(Has(list, text, severity)) << Narrow(text) << "\n" << Dump(list);
 }
 
 }  // namespace quillon::dbtest

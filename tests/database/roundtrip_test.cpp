@@ -11,7 +11,7 @@ using dbtest::WriteAnsi;
 
 // A small database touching every writable table, in mixed encodings.
 void WriteSample(const dbtest::fs::path& dir) {
-  dbtest::WriteEmptyTables(dir);
+  dbtest::WriteTables(dir);
   WriteAnsi(dir / "DiagRequest.txt", "0^\"Version Information\"^\"0\"\n75^\"Subsystem\"^\"\"\n");
   WriteAnsi(dir / "DiagReqCategory.txt", "0^\"General\"^-1^-1\n");
   dbtest::WriteUtf16(dir / "DiagResponse.txt", u"0^\"Version Information\"^\"\"", false);
