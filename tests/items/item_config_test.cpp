@@ -179,20 +179,6 @@ TEST_F(ItemConfigTest, LoadSkipsBadCodesAndPieces) {
   }
 }
 
-TEST_F(ItemConfigTest, LoadReadsBackCategoryText) {
-  ItemConfig source(&db_);
-  for (const ItemKey& key :
-       std::vector<ItemKey>{{4, 412}, {4, 7}, {6, 21, 2}, {8, 0x713A, 3, 4000}, {9, 255, 65535}}) {
-    source.AddKey(key);
-  }
-  Load(u"Event IDs=\"" + source.CategoryText(kItemEvent) + u"\"\nMessage Levels=" +
-       source.CategoryText(kItemMsg) + u"\nOTA Types=" + source.CategoryText(kItemOtaLog) +
-       u"\nSubsystem Responses=" + source.CategoryText(kItemSubsysRx));
-  for (std::uint32_t type : {4u, 6u, 8u, 9u}) {
-    EXPECT_EQ(config_.Keys(type), source.Keys(type)) << type;
-  }
-}
-
 TEST_F(ItemConfigTest, LoadStartsClearedAndNeedsAUsableSection) {
   AddKeys({{4, 1}});
   config_.EnableType(kItemEvent);

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 #include <set>
 #include <vector>
 
@@ -45,10 +44,8 @@ TEST(KeyText, FormatsAndReadsBackEveryType) {
 }
 
 TEST(KeyText, InvalidKeysAreRefused) {
-  const std::vector<ItemKey> invalid = {
-      {},        {11},       {1},         {1, 256},       {1, 2, 3},  {3, 0},
-      {4, 4096}, {5, 65536}, {6, 1},      {6, 65536, 1},  {6, 5, 33}, {7, 5},
-      {8},       {8, 65536}, {9, 256, 1}, {10, 1, 65536}, {9, 1}};
+  // Each rule of validity is tested on ItemKey itself.
+  const std::vector<ItemKey> invalid = {{}, {11}, {1, 256}, {3, 0}, {6, 5, 33}, {8}, {9, 1}};
   ItemConfig config(nullptr);
   for (const ItemKey& key : invalid) {
     SCOPED_TRACE(Show(key));
@@ -113,32 +110,6 @@ TEST(ParseKeyText, Refuses) {
   for (const auto& [type, text] : refused) {
     EXPECT_EQ(ParseKeyText(text, type), std::nullopt)
         << type << " " << testing::PrintToString(text);
-  }
-}
-
-TEST(ParseKeyText, RoundTripsRandomValidKeys) {
-  std::mt19937 rng(20240611);
-  auto up_to = [&rng](std::uint32_t max) {
-    return std::uniform_int_distribution<std::uint32_t>(0, max)(rng);
-  };
-  // Largest first and second numbers per type; 0 means no such number.
-  // clang-format off
-  const std::uint32_t bounds[11][2] = {{0, 0}, {255, 0}, {255, 0}, {0, 0}, {4095, 0}, {65535, 0},
-                                       {65535, 32}, {4, 0}, {65535, 0}, {255, 65535}, {255, 65535}};
-  // clang-format on
-  for (int i = 0; i < 20000; ++i) {
-    const std::uint32_t type = up_to(10);
-    ItemKey key{type};
-    for (std::uint32_t bound : bounds[type]) {
-      if (bound != 0) key.Append(up_to(bound));
-    }
-    if (type == kItemOtaLog) {
-      // At most five more numbers of any size still fit 64 characters.
-      for (std::uint32_t k = up_to(5); k > 0; --k) key.Append(up_to(up_to(1) ? 999 : 0xFFFFFFFFu));
-    }
-    std::u16string text;
-    ASSERT_TRUE(KeyText(key, text)) << Show(key);
-    ASSERT_EQ(ParseKeyText(text, type), key) << Show(key);
   }
 }
 

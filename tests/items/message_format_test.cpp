@@ -264,12 +264,5 @@ TEST(FormatMessageItem, OnlyValidMessageItems) {
   EXPECT_TRUE(out.empty());
 }
 
-TEST(FormatDeviceMessage, DirectUse) {
-  const std::uint32_t args[] = {3, 4};
-  EXPECT_EQ(FormatDeviceMessage(u"%d+%d", args, 100), u"3+4");
-  EXPECT_EQ(FormatDeviceMessage(u"%d+%d", args, 2), u"3+");
-  EXPECT_EQ(FormatDeviceMessage(u"%s", args, 10), u"Error: Inv");
-}
-
 }  // namespace
 }  // namespace quillon

@@ -125,34 +125,32 @@ TEST(FieldValue, WidthBeyondTheTypeOrThePayloadIsInvalid) {
 }
 
 TEST(FieldValue, Strings) {
-  // Fixed lengths end at their first zero but consume the whole length.
-  Read s8(kFieldString8, 48, {'a', 'b', 'c', 0, 'x', 'y', 0xEE});
-  EXPECT_EQ(s8.field.value_text, u"abc");
-  EXPECT_EQ(s8.end, 48u);
-  EXPECT_EQ(FieldBitSize(s8.field), 24u);
-  Read s16(kFieldString16, 64, {'H', 0, 'i', 0, 0x3A, 0x26, 'z', 0});
-  EXPECT_EQ(s16.field.value_text, u"Hi\u263Az");
-  EXPECT_EQ(FieldBitSize(s16.field), 64u);
-  EXPECT_EQ(Read(kFieldString8, 8, {0xE9}).field.value_text, u"\u00E9");  // Western code page
+  // Fixed lengths end at their first zero but consume the whole length;
+  // zero-terminated strings consume their terminator and need one. 8-bit
+  // text is in the Western code page. {type, bits, bytes, text, end, size}
+  // clang-format off
+  const std::tuple<std::uint32_t, std::uint32_t, Bytes, std::u16string, std::uint32_t, std::uint32_t> rows[] = {
+      {kFieldString8, 48, {'a', 'b', 'c', 0, 'x', 'y', 0xEE}, u"abc", 48, 24},
+      {kFieldString16, 64, {'H', 0, 'i', 0, 0x3A, 0x26, 'z', 0}, u"Hi\u263Az", 64, 64},
+      {kFieldString8, 8, {0xE9}, u"\u00E9", 8, 8},
+      {kFieldZString8, 0, {'o', 'k', 0, 'n', 'o'}, u"ok", 24, 16},
+      {kFieldZString16, 0, {'a', 0, 'b', 0, 0, 0, 'c', 0}, u"ab", 48, 32}};
+  // clang-format on
+  for (const auto& [type, bits, bytes, text, end, size] : rows) {
+    Read r(type, bits, bytes);
+    EXPECT_EQ(std::tuple(r.ok, r.field.value_text, r.end, FieldBitSize(r.field)),
+              std::tuple(true, text, end, size))
+        << type;
+  }
   // Strings carry their text even when number texts are not wanted.
   EXPECT_EQ(Read(kFieldString8, 48, {'q', 0, 0, 0, 0, 0}, false, kFieldPlain, nullptr, false)
                 .field.value_text,
             u"q");
-
-  // Zero-terminated strings consume their terminator and need one.
-  Read z8(kFieldZString8, 0, {'o', 'k', 0, 'n', 'o'});
-  EXPECT_EQ(z8.field.value_text, u"ok");
-  EXPECT_EQ(z8.end, 24u);
-  EXPECT_EQ(FieldBitSize(z8.field), 16u);
-  EXPECT_FALSE(Read(kFieldZString8, 0, {'n', 'o', 'n', 'e'}).ok);
-  Read z16(kFieldZString16, 0, {'a', 0, 'b', 0, 0, 0, 'c', 0});
-  EXPECT_EQ(z16.field.value_text, u"ab");
-  EXPECT_EQ(z16.end, 48u);
-  EXPECT_FALSE(Read(kFieldZString16, 0, {'a', 0, 'b'}).ok);  // half a unit
-
-  // Longer than the largest payload.
+  // No terminator, half a unit, longer than the largest payload.
   Bytes long_text(9001, 'a');
   long_text.back() = 0;
+  EXPECT_FALSE(Read(kFieldZString8, 0, {'n', 'o', 'n', 'e'}).ok);
+  EXPECT_FALSE(Read(kFieldZString16, 0, {'a', 0, 'b'}).ok);
   EXPECT_FALSE(Read(kFieldZString8, 0, long_text).ok);
   EXPECT_FALSE(Read(kFieldString8, 9000 * 8, long_text).ok);
   EXPECT_TRUE(Read(kFieldString8, 8208 * 8, Bytes(8208, 'b')).ok);

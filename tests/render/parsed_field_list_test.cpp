@@ -25,59 +25,58 @@ TestDb Repeating() {
   return t;
 }
 
+// One search call: by name ('N'), by name from an index ('n'), by ID ('I')
+// or by ID from an index ('i'); `full` searches the full names.
+struct Find {
+  char how;
+  std::u16string_view name;
+  std::uint32_t id, from;
+  bool wrap;
+  std::uint32_t want;
+  bool full = false;
+};
+
 TEST(ParsedFieldList, FindWithAndWithoutWrapping) {
   TestDb t = Repeating();
   EventParse p(t.db(), 1, {1, 2, 3, 4});
   ParsedFieldList& l = p.list;
   ASSERT_TRUE(p.ok);
+  constexpr auto kNo = kNoIndex;
   // With wrap: successive hits, then round again; names are case-sensitive.
-  EXPECT_EQ(l.FindByName(u"a", {.wrap = true}), 0u);
-  EXPECT_EQ(l.FindByName(u"a", {.wrap = true}), 2u);
-  EXPECT_EQ(l.FindByName(u"a", {.wrap = true}), 0u);
-  EXPECT_EQ(l.FindByName(u"zz", {.wrap = true}), kNoIndex);
-  EXPECT_EQ(l.FindByName(u"A", {.wrap = true}), kNoIndex);
-  // Without wrap: a miss after the last hit, then from the start again.
-  EXPECT_EQ(l.FindByName(u"a", {}), 0u);
-  EXPECT_EQ(l.FindByName(u"a", {}), 2u);
-  EXPECT_EQ(l.FindByName(u"a", {}), kNoIndex);
-  EXPECT_EQ(l.FindByName(u"a", {}), 0u);
-  EXPECT_EQ(l.FindByName(u"c", {}),
-            3u);  // a hit on the last entry resets
-  EXPECT_EQ(l.FindByName(u"a", {}), 0u);
-  // The From forms set the cursor first; a start past the end misses or wraps.
-  EXPECT_EQ(l.FindByNameFrom(u"a", 1, {}), 2u);
-  EXPECT_EQ(l.FindByNameFrom(u"a", 3, {}), kNoIndex);
-  EXPECT_EQ(l.FindByNameFrom(u"a", 3, {.wrap = true}), 0u);
-  EXPECT_EQ(l.FindByNameFrom(u"a", 4, {}), kNoIndex);
-  EXPECT_EQ(l.FindByNameFrom(u"b", 9, {.wrap = true}), 1u);
-  EXPECT_EQ(l.FindByIdFrom(1, 1, false), 2u);
-  EXPECT_EQ(l.FindByIdFrom(3, 7, false), kNoIndex);
-  // By ID.
-  EXPECT_EQ(l.FindById(1, false), 0u);
-  EXPECT_EQ(l.FindById(1, false), 2u);
-  EXPECT_EQ(l.FindById(1, false), kNoIndex);
-  EXPECT_EQ(l.FindById(3, true), 3u);
-  EXPECT_EQ(l.FindById(3, true), 3u);  // wraps round to itself
-  EXPECT_EQ(l.FindById(99, true), kNoIndex);
-  // Full names carry the entity name.
-  EXPECT_EQ(l.FindByName(u"Ent.b", {.partial = false, .wrap = true}), 1u);
-  EXPECT_EQ(l.FindByName(u"b", {.partial = false, .wrap = true}), kNoIndex);
+  // Without: a miss after the last hit, then from the start again; a hit on
+  // the last entry resets. The From forms set the cursor first; a start
+  // past the end misses or wraps. Full names carry the entity name.
+  // clang-format off
+  const Find calls[] = {
+      {'N', u"a", 0, 0, true, 0}, {'N', u"a", 0, 0, true, 2}, {'N', u"a", 0, 0, true, 0},
+      {'N', u"zz", 0, 0, true, kNo}, {'N', u"A", 0, 0, true, kNo},
+      {'N', u"a", 0, 0, false, 0}, {'N', u"a", 0, 0, false, 2}, {'N', u"a", 0, 0, false, kNo},
+      {'N', u"a", 0, 0, false, 0}, {'N', u"c", 0, 0, false, 3}, {'N', u"a", 0, 0, false, 0},
+      {'n', u"a", 0, 1, false, 2}, {'n', u"a", 0, 3, false, kNo}, {'n', u"a", 0, 3, true, 0},
+      {'n', u"a", 0, 4, false, kNo}, {'n', u"b", 0, 9, true, 1},
+      {'i', {}, 1, 1, false, 2}, {'i', {}, 3, 7, false, kNo},
+      {'I', {}, 1, 0, false, 0}, {'I', {}, 1, 0, false, 2}, {'I', {}, 1, 0, false, kNo},
+      {'I', {}, 3, 0, true, 3}, {'I', {}, 3, 0, true, 3},  // wraps round to itself
+      {'I', {}, 99, 0, true, kNo},
+      {'N', u"Ent.b", 0, 0, true, 1, true}, {'N', u"b", 0, 0, true, kNo, true}};
+  // clang-format on
+  for (std::size_t k = 0; k < std::size(calls); ++k) {
+    const Find& c = calls[k];
+    const ParsedFieldList::FindOptions options{.partial = !c.full, .wrap = c.wrap};
+    const std::uint32_t got = c.how == 'N'   ? l.FindByName(c.name, options)
+                              : c.how == 'n' ? l.FindByNameFrom(c.name, c.from, options)
+                              : c.how == 'I' ? l.FindById(c.id, c.wrap)
+                                             : l.FindByIdFrom(c.id, c.from, c.wrap);
+    EXPECT_EQ(got, c.want) << "call " << k;
+  }
   EXPECT_EQ(l.Name(3, false), u"Ent.c");
   EXPECT_EQ(l.Name(3, true), u"c");
-}
-
-TEST(ParsedFieldList, IndexesPastTheEndGiveDefaults) {
-  TestDb t = Repeating();
-  EventParse p(t.db(), 1, {1, 2, 3, 4});
-  EXPECT_EQ(p.list.BitOffset(3), 24u);
-  EXPECT_EQ(p.list.BitSize(3), 8u);
-  EXPECT_EQ(p.list.Value(3), Variant::UI1(4));
-  EXPECT_EQ(p.list.RawText(1), u"2");
-  EXPECT_EQ(p.list.BitOffset(4), kNoIndex);
-  EXPECT_EQ(p.list.BitSize(4), kNoIndex);
-  EXPECT_TRUE(p.list.Value(4).IsEmpty());
-  EXPECT_EQ(p.list.ValueText(4), u"");
-  EXPECT_EQ(p.list.Name(4, true), u"");
+  // Indexes past the end give defaults.
+  EXPECT_EQ(std::tuple(l.BitOffset(3), l.BitSize(3), l.Value(3), l.RawText(1)),
+            std::tuple(24u, 8u, Variant::UI1(4), u"2"));
+  EXPECT_EQ(std::tuple(l.BitOffset(4), l.BitSize(4), l.ValueText(4), l.Name(4, true)),
+            std::tuple(kNo, kNo, u"", u""));
+  EXPECT_TRUE(l.Value(4).IsEmpty());
 }
 
 TEST(ParsedFieldList, EntityResolution) {
