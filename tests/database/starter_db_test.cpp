@@ -24,16 +24,12 @@ TEST(StarterDatabase, LoadsWithoutAnyMessage) {
 TEST(StarterDatabase, NamesCommonCommandsLogsAndEntities) {
   Database db;
   ASSERT_TRUE(db.Load(StarterDirectory(), false));
+  // clang-format off
   const std::pair<std::uint32_t, std::u16string_view> commands[] = {
-      {0, u"Version Information"},
-      {12, u"Status"},
-      {16, u"Log"},
-      {29, u"Time"},
-      {75, u"Subsystem dispatch"},
-      {96, u"Event report"},
-      {115, u"Log config"},
-      {121, u"Extended message"},
-  };
+      {0, u"Version Information"}, {12, u"Status"}, {16, u"Log"}, {29, u"Time"},
+      {75, u"Subsystem dispatch"}, {96, u"Event report"}, {115, u"Log config"},
+      {121, u"Extended message"}};
+  // clang-format on
   for (const auto& [code, name] : commands) {
     ASSERT_NE(db.FindDiagRequest(code), nullptr) << code;
     EXPECT_EQ(db.FindDiagRequest(code)->name, name);

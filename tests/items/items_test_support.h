@@ -31,14 +31,10 @@ class TestItem final : public ItemRecord {
 // Adds an item entry; OTA entries (table kOta) list their kinds.
 inline void AddItem(Database& db, DbItemTable table, std::uint32_t first, std::uint32_t second,
                     std::u16string name, std::vector<std::uint32_t> ota_kinds = {}) {
-  ItemEntry entry;
-  entry.first = first;
-  entry.second = second;
-  entry.name = std::move(name);
-  entry.ota_codes = std::move(ota_kinds);
   const ItemEntryKey key =
       table == DbItemTable::kOta ? MakeItemKey(first) : MakeItemKey(first, second);
-  db.MutableTables().Items(table)[key] = std::move(entry);
+  db.MutableTables().Items(table)[key] =
+      ItemEntry{first, second, std::move(name), {}, -1, false, std::move(ota_kinds)};
 }
 
 // One entry per item table, with names the tests can tell apart.
@@ -52,11 +48,8 @@ inline void FillSampleDatabase(Database& db) {
   AddItem(db, DbItemTable::kSubsysResponse, 18, 42, u"FTM Response");
   AddItem(db, DbItemTable::kSubsysRequest, 18, 42, u"FTM Request");
   AddItem(db, DbItemTable::kOta, 0x713A, 0, u"LTE RRC OTA", {1, 2});
-  EnumEntryRecord annotation;
-  annotation.enum_id = 10009;  // the string types
-  annotation.value = 2;
-  annotation.name = u"Annotation";
-  db.MutableTables().enum_entries[{10009, 2}] = std::move(annotation);
+  // The string types name type 2.
+  db.MutableTables().enum_entries[{10009, 2}] = EnumEntryRecord{10009, 2, false, u"Annotation", -1};
 }
 
 }  // namespace quillon::itemstest

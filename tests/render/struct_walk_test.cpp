@@ -173,6 +173,11 @@ TEST(StructWalk, MovesPadsAlignsAndExplicitOffsets) {
   offsets.Row(kSub, kMemberField, kE, {}, kRepeatNone, {}, 16);
   offsets.Row(kSub, kMemberField, kE, {}, kRepeatNone, {}, 0);
   EXPECT_EQ(Walk(offsets, {1, 2, 3, 4}), u"n=1@0 s.e=4@24 s.e=2@8");
+  // So are moves.
+  TestDb move = Base();
+  move.Member(kTop, kN).Row(kTop, kMemberStruct, kSub, u"s");
+  EXPECT_EQ(Walk(move.Row(kSub, kMemberMove, 16).Member(kSub, kE), {1, 2, 3, 4}),
+            u"n=1@0 s.e=4@24");
 }
 
 TEST(StructWalk, AlignAndMovesFollowTheExtentNotTheReaderAfterAStepBack) {
