@@ -14,5 +14,6 @@ void AddWriteCommands(CLI::App& app);  // add-strings, copy, recover
 void AddEventCommands(CLI::App& app);
 void AddSampleCommand(CLI::App& app);
 void AddDbCommands(CLI::App& app);
+void AddExportCommand(CLI::App& app);
 
 }  // namespace quillon::cli

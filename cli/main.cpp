@@ -53,6 +53,7 @@ int main(int argc, char** argv) {
   AddEventCommands(app);
   AddSampleCommand(app);
   AddDbCommands(app);
+  AddExportCommand(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp& help) {

@@ -1,0 +1,402 @@
+// quillon export FILES... --format csv|jsonl [--columns LIST] [--jobs N]
+//                 [--output FILE] [selection]
+// One table of the selected items of many captures, in file order and then
+// index order, read on up to N threads (one capture each). The columns are
+// those of the Python module's data frames (automation/item_table.h) with
+// the capture's path first. Each format is one entry of kFormats.
+#include <algorithm>
+#include <condition_variable>
+#include <cstdio>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "automation/item_table.h"
+#include "cli/cli_support.h"
+#include "cli/commands.h"
+#include "cli/item_selection.h"
+#include "platform/clock.h"
+#include "platform/file.h"
+#include "store/item_store.h"
+
+namespace quillon::cli {
+
+namespace {
+
+// Items read into columns at a time, so that a large capture streams.
+constexpr std::uint32_t kRowsPerChunk = 65536;
+
+// A table column: the capture's path, or an item column.
+struct Column {
+  std::optional<ItemColumn> item;  // empty: the path
+  std::string Name() const { return item ? std::string(ItemColumnName(*item)) : "path"; }
+};
+
+// The cells of one row as text, in the form a format writes them.
+struct Cell {
+  enum class Kind { kNumber, kText, kNull } kind;
+  std::string text;
+};
+
+// "2024-03-01T09:30:00.009Z" (to the millisecond, as stored); null for
+// kNoTime.
+Cell TimeCell(std::int64_t unix_nanoseconds) {
+  constexpr std::int64_t kFileTimeOfUnixEpoch = 116444736000000000;  // 100 ns units
+  if (unix_nanoseconds == kNoTime) return {Cell::Kind::kNull, {}};
+  const std::int64_t milliseconds = (unix_nanoseconds + 500000) / 1000000;
+  platform::SystemTime t;
+  const auto file_time = static_cast<std::uint64_t>(milliseconds * 10000 + kFileTimeOfUnixEpoch);
+  if (!platform::FileTimeToSystemTime(file_time, t)) return {Cell::Kind::kNull, {}};
+  char text[64];
+  std::snprintf(text, sizeof text, "%04u-%02u-%02uT%02u:%02u:%02u.%03uZ", t.year, t.month, t.day,
+                t.hour, t.minute, t.second, t.milliseconds);
+  return {Cell::Kind::kText, text};
+}
+
+Cell CellOf(const ItemTable& table, std::size_t row, const Column& column,
+            const std::string& path) {
+  const auto number = [](std::uint64_t n) { return Cell{Cell::Kind::kNumber, std::to_string(n)}; };
+  const auto text = [](const TextColumn& c, std::size_t r) {
+    return Cell{Cell::Kind::kText, ToUtf8(c.At(r))};
+  };
+  if (!column.item) return {Cell::Kind::kText, path};
+  switch (*column.item) {
+    case ItemColumn::kIndex:
+      return number(table.index[row]);
+    case ItemColumn::kType:
+      return number(table.type[row]);
+    case ItemColumn::kTypeText:
+      return text(table.type_text, row);
+    case ItemColumn::kKeyText:
+      return text(table.key_text, row);
+    case ItemColumn::kName:
+      return text(table.name, row);
+    case ItemColumn::kTimestamp:
+      return TimeCell(table.timestamp[row]);
+    case ItemColumn::kSummary:
+      return text(table.summary, row);
+    case ItemColumn::kLength:
+      return number(table.length[row]);
+    case ItemColumn::kColor:
+      return number(table.color[row]);
+    case ItemColumn::kPayload: {
+      const std::size_t begin = row == 0 ? 0 : table.payload_ends[row - 1];
+      return {Cell::Kind::kText,
+              Hex(table.payload_bytes.data() + begin, table.payload_ends[row] - begin)};
+    }
+  }
+  return {Cell::Kind::kNull, {}};
+}
+
+// A table format: the line before the rows (may be empty) and one row.
+struct TableFormat {
+  const char* name;
+  std::string (*header)(const std::vector<Column>& columns);
+  void (*row)(std::string& out, const std::vector<Column>& columns, const std::vector<Cell>& cells);
+};
+
+const TableFormat kFormats[] = {
+    {"csv",
+     [](const std::vector<Column>& columns) {
+       std::string line;
+       for (const Column& c : columns) line += (line.empty() ? "" : ",") + c.Name();
+       return line + "\n";
+     },
+     [](std::string& out, const std::vector<Column>&, const std::vector<Cell>& cells) {
+       for (std::size_t i = 0; i < cells.size(); ++i) {
+         if (i > 0) out.push_back(',');
+         if (cells[i].kind == Cell::Kind::kText) AppendCsv(out, cells[i].text);
+         if (cells[i].kind == Cell::Kind::kNumber) out += cells[i].text;
+       }
+       out.push_back('\n');
+     }},
+    {"jsonl", [](const std::vector<Column>&) { return std::string(); },
+     [](std::string& out, const std::vector<Column>& columns, const std::vector<Cell>& cells) {
+       out.push_back('{');
+       for (std::size_t i = 0; i < cells.size(); ++i) {
+         if (i > 0) out.push_back(',');
+         AppendJson(out, columns[i].Name());
+         out.push_back(':');
+         if (cells[i].kind == Cell::Kind::kText) AppendJson(out, cells[i].text);
+         if (cells[i].kind == Cell::Kind::kNumber) out += cells[i].text;
+         if (cells[i].kind == Cell::Kind::kNull) out += "null";
+       }
+       out += "}\n";
+     }},
+};
+
+// Where the table goes: standard output, or the file of --output.
+class Sink {
+ public:
+  explicit Sink(const std::string& path) : path_(path) {
+    if (path.empty()) return;
+    if (file_.Open(PathArgument(path), platform::FileAccess::kReadWrite,
+                   platform::FileDisposition::kCreateAlways) != 0) {
+      Fail("cannot create " + path);
+    }
+  }
+  void Write(std::string_view text) {
+    if (path_.empty()) {
+      std::fwrite(text.data(), 1, text.size(), stdout);
+      return;
+    }
+    if (!failed_ && file_.WriteAt(offset_, text.data(), text.size()) != 0) failed_ = true;
+    offset_ += text.size();
+  }
+  // Ends the program when a write to the file failed.
+  void Check() const {
+    if (failed_) Fail("cannot write " + path_);
+  }
+  // Before a message on stderr, so that the two streams interleave in order.
+  void Flush() {
+    if (path_.empty()) std::fflush(stdout);
+  }
+
+ private:
+  std::string path_;
+  platform::File file_;
+  std::uint64_t offset_ = 0;
+  bool failed_ = false;
+};
+
+struct ExportOptions {
+  std::vector<std::string> files;
+  std::string format;
+  std::vector<std::string> columns;
+  unsigned jobs = 0;  // 0: one per core
+  std::string output;
+  SelectionArgs selection;
+};
+
+// What one capture gave: text chunks in order, and the lines for stderr.
+struct FileExport {
+  std::deque<std::string> chunks;
+  std::vector<std::string> messages;
+  bool finished = false;
+  bool failed = false;      // could not be opened or read
+  bool unreadable = false;  // some items could not be read
+};
+
+// The captures of one export, read on worker threads and written in order.
+class Exporter {
+ public:
+  Exporter(const ExportOptions& options, const TableFormat& format, std::vector<Column> columns)
+      : options_(options),
+        format_(format),
+        columns_(std::move(columns)),
+        selection_(ToSelection(options.selection)),
+        files_(options.files.size()) {
+    for (const Column& c : columns_) {
+      if (c.item) item_columns_.Add(*c.item);
+    }
+  }
+
+  // Writes every capture's rows to `out` and returns the exit status.
+  int Run(Sink& out) {
+    out.Write(format_.header(columns_));
+    unsigned jobs = options_.jobs != 0 ? options_.jobs : std::thread::hardware_concurrency();
+    jobs = std::clamp<unsigned>(jobs, 1, static_cast<unsigned>(files_.size()));
+    std::vector<std::thread> workers;
+    for (unsigned j = 0; j < jobs; ++j) workers.emplace_back([this, jobs] { Work(jobs); });
+    bool failed = false, unreadable = false;
+    for (std::size_t f = 0; f < files_.size(); ++f) {
+      WriteFile(f, out);
+      failed = failed || files_[f].failed;
+      unreadable = unreadable || files_[f].unreadable;
+    }
+    for (std::thread& worker : workers) worker.join();
+    out.Flush();
+    out.Check();
+    // A capture that failed outranks items that could not be read.
+    return failed ? kExitFailure : unreadable ? kExitUnreadable : kExitOk;
+  }
+
+ private:
+  // Takes captures in order, at most `window` ahead of the one being written.
+  void Work(unsigned window) {
+    while (true) {
+      std::size_t f = 0;
+      {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [&] { return next_ >= files_.size() || next_ < written_ + window; });
+        if (next_ >= files_.size()) return;
+        f = next_++;
+      }
+      ReadFile(f);
+    }
+  }
+
+  void Add(std::size_t f, std::string chunk, std::optional<std::string> message = {}) {
+    std::lock_guard lock(mutex_);
+    if (!chunk.empty()) files_[f].chunks.push_back(std::move(chunk));
+    if (message) files_[f].messages.push_back(std::move(*message));
+    changed_.notify_all();
+  }
+
+  void ReadFile(std::size_t f) {
+    const std::string& path = options_.files[f];
+    try {
+      const OpenedStore opened = OpenStore(
+          PathArgument(path), {.mode = StoreMode::kRead, .recover = true, .progress = nullptr});
+      if (opened.recovered) {
+        Add(f, {}, "note: " + path + " was never closed; its items were recovered in memory");
+      }
+      ItemTableRequest request{.selection = selection_, .columns = item_columns_};
+      const std::uint32_t count = opened.store->GetItemCount();
+      const std::uint32_t end = std::min(selection_.end, count);
+      for (std::uint32_t first = selection_.first; first < end;) {
+        const std::uint32_t stop = end - first > kRowsPerChunk ? first + kRowsPerChunk : end;
+        request.selection.first = first;
+        request.selection.end = stop;
+        const ItemTable table = ReadItemTable(opened.store, request);
+        for (const ItemRead& read : table.unreadable) {
+          const cMISException error(*read.error, u"cannot read item " +
+                                                     PathArgument(std::to_string(read.index)) +
+                                                     u" of " + PathArgument(path));
+          Add(f, {}, error.what());
+          std::lock_guard lock(mutex_);
+          files_[f].unreadable = true;
+        }
+        Add(f, Format(table, path));
+        first = stop;
+      }
+    } catch (const cMISException& error) {
+      const cMISException named = error.Context().empty()
+                                      ? cMISException(error, u"cannot read " + PathArgument(path))
+                                      : error;
+      Add(f, {}, named.what());
+      std::lock_guard lock(mutex_);
+      files_[f].failed = true;
+    }
+    std::lock_guard lock(mutex_);
+    files_[f].finished = true;
+    changed_.notify_all();
+  }
+
+  std::string Format(const ItemTable& table, const std::string& path) const {
+    std::string out;
+    std::vector<Cell> cells(columns_.size());
+    for (std::size_t r = 0; r < table.rows; ++r) {
+      for (std::size_t c = 0; c < columns_.size(); ++c) {
+        cells[c] = CellOf(table, r, columns_[c], path);
+      }
+      format_.row(out, columns_, cells);
+    }
+    return out;
+  }
+
+  // Writes capture `f`'s chunks and messages as they come.
+  void WriteFile(std::size_t f, Sink& out) {
+    FileExport& file = files_[f];
+    std::size_t told = 0;
+    while (true) {
+      std::deque<std::string> chunks;
+      std::vector<std::string> messages;
+      bool finished = false;
+      {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [&] {
+          return file.finished || !file.chunks.empty() || file.messages.size() > told;
+        });
+        chunks.swap(file.chunks);
+        messages.assign(file.messages.begin() + static_cast<std::ptrdiff_t>(told),
+                        file.messages.end());
+        told = file.messages.size();
+        finished = file.finished;
+      }
+      for (const std::string& chunk : chunks) out.Write(chunk);
+      if (!messages.empty()) out.Flush();
+      for (const std::string& m : messages) std::fprintf(stderr, "quillon: %s\n", m.c_str());
+      if (finished) break;
+    }
+    {
+      std::lock_guard lock(mutex_);
+      ++written_;
+      changed_.notify_all();
+    }
+  }
+
+  const ExportOptions& options_;
+  const TableFormat& format_;
+  const std::vector<Column> columns_;
+  const ItemSelection selection_;
+  ItemColumnSet item_columns_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::vector<FileExport> files_;  // guarded by mutex_
+  std::size_t next_ = 0;           // the next capture to read
+  std::size_t written_ = 0;        // captures written out
+};
+
+std::vector<Column> ColumnsOf(const std::vector<std::string>& names) {
+  std::vector<Column> columns;
+  if (names.empty()) {
+    columns.push_back({});
+    for (std::size_t i = 0; i < kItemColumnCount; ++i) {
+      const auto c = static_cast<ItemColumn>(i);
+      if (ItemColumnSet::Default().Has(c)) columns.push_back({c});
+    }
+    return columns;
+  }
+  for (const std::string& name : names) {
+    if (name == "path") {
+      columns.push_back({});
+      continue;
+    }
+    const std::optional<ItemColumn> column = FindItemColumn(name);
+    if (!column) {
+      std::string known = "path";
+      for (std::size_t i = 0; i < kItemColumnCount; ++i) {
+        known += ", " + std::string(ItemColumnName(static_cast<ItemColumn>(i)));
+      }
+      Fail("unknown column '" + name + "' (columns: " + known + ")", kExitUsage);
+    }
+    columns.push_back({column});
+  }
+  return columns;
+}
+
+void RunExport(const ExportOptions& options) {
+  const TableFormat* format = nullptr;
+  for (const TableFormat& candidate : kFormats) {
+    if (options.format == candidate.name) format = &candidate;
+  }
+  std::vector<Column> columns = ColumnsOf(options.columns);
+  UseDatabase();  // loaded once, before the workers share it
+  Sink out(options.output);
+  Exporter exporter(options, *format, std::move(columns));
+  throw ExitStatus{exporter.Run(out)};
+}
+
+}  // namespace
+
+void AddExportCommand(CLI::App& app) {
+  auto options = std::make_shared<ExportOptions>();
+  CLI::App* command = app.add_subcommand(
+      "export", "Write the items of many item store files as one table (CSV or JSON lines)");
+  command->add_option("FILES", options->files, "Item store files (.isf), exported in order")
+      ->required();
+  std::vector<std::string> names;
+  for (const TableFormat& f : kFormats) names.emplace_back(f.name);
+  command->add_option("--format", options->format, "csv or jsonl")
+      ->required()
+      ->check(CLI::IsMember(names));
+  command
+      ->add_option("--columns", options->columns,
+                   "Columns, comma separated: path, index, type, type_text, key_text, name, "
+                   "timestamp, summary, length, color, payload (default: all but payload)")
+      ->delimiter(',');
+  command
+      ->add_option("--jobs", options->jobs,
+                   "Captures read at once (default: one per core); the output is the same")
+      ->check(CLI::PositiveNumber);
+  command->add_option("--output", options->output, "Write to FILE instead of standard output");
+  AddSelectionOptions(*command, options->selection);
+  command->callback([options] { RunExport(*options); });
+}
+
+}  // namespace quillon::cli
