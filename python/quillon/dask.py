@@ -29,16 +29,17 @@ from __future__ import annotations
 import datetime
 import glob
 import os
+import typing
 import warnings
-from typing import Any, Iterable, List, Optional, Sequence, Tuple, Union
+from typing import Any, Dict, List, Optional, Tuple, Union
 
-import dask.dataframe as dd  # type: ignore[import]
+import dask.dataframe as dd
 import pandas as pd  # type: ignore[import]
 
 from .bin import _quillon
 
 PathLike = Union[str, "os.PathLike[str]"]
-Paths = Union[PathLike, Iterable[PathLike]]
+Paths = Union[PathLike, typing.Iterable[PathLike]]
 Part = Tuple[str, str, int, int]  # path as given, path to open, start, stop
 
 __all__ = ["SkippedCaptures", "read_fields", "read_items"]
@@ -56,10 +57,10 @@ class SkippedCaptures(UserWarning):
 
 def read_items(
     paths_or_globs: Paths,
-    columns: Optional[Sequence[str]] = None,
+    columns: Optional[typing.Sequence[str]] = None,
     *,
-    types: Optional[Iterable[int]] = None,
-    keys: Optional[Iterable[str]] = None,
+    types: Optional[typing.Iterable[int]] = None,
+    keys: Optional[typing.Iterable[str]] = None,
     start: int = 0,
     stop: Optional[int] = None,
     since: Optional[datetime.datetime] = None,
@@ -75,7 +76,7 @@ def read_items(
     closed (in memory, as ``quillon.open`` does)."""
     _check_errors(errors)
     meta = _with_path(_quillon._items_meta(columns))
-    read = {"columns": columns, "types": _listed(types), "keys": _listed(keys),
+    read: Dict[str, Any] = {"columns": columns, "types": _listed(types), "keys": _listed(keys),
             "since": since, "until": until}
     return _frame(_read_items_part, paths_or_globs, meta, start, stop,
                   items_per_partition, recover, errors, read, "quillon-read-items")
@@ -84,11 +85,11 @@ def read_items(
 def read_fields(
     paths_or_globs: Paths,
     entity_or_key: str,
-    fields: Sequence[str],
+    fields: typing.Sequence[str],
     *,
     texts: bool = False,
-    columns: Sequence[str] = ("index", "timestamp"),
-    types: Optional[Iterable[int]] = None,
+    columns: typing.Sequence[str] = ("index", "timestamp"),
+    types: Optional[typing.Iterable[int]] = None,
     start: int = 0,
     stop: Optional[int] = None,
     since: Optional[datetime.datetime] = None,
@@ -106,7 +107,7 @@ def read_fields(
     if isinstance(fields, str) or not list(fields):
         raise ValueError("fields must be a non-empty sequence of field names")
     meta = _with_path(_quillon._fields_meta(list(fields), texts, columns))
-    read = {"entity_or_key": entity_or_key, "fields": list(fields), "texts": texts,
+    read: Dict[str, Any] = {"entity_or_key": entity_or_key, "fields": list(fields), "texts": texts,
             "columns": columns, "types": _listed(types), "since": since, "until": until}
     return _frame(_read_fields_part, paths_or_globs, meta, start, stop,
                   items_per_partition, recover, errors, read, "quillon-read-fields")
@@ -119,7 +120,7 @@ def _check_errors(errors: str) -> None:
         raise ValueError(f"errors must be 'raise' or 'skip', not {errors!r}")
 
 
-def _listed(values: Optional[Iterable[Any]]) -> Optional[List[Any]]:
+def _listed(values: Optional[typing.Iterable[Any]]) -> Optional[List[Any]]:
     return None if values is None else list(values)
 
 
@@ -130,7 +131,7 @@ def _with_path(frame: Any) -> Any:
 
 
 def _expand(paths_or_globs: Paths, skipped: List[Tuple[str, str]], errors: str) -> List[str]:
-    given: Iterable[PathLike]
+    given: typing.Iterable[PathLike]
     if isinstance(paths_or_globs, (str, os.PathLike)):
         given = [paths_or_globs]
     else:
@@ -183,7 +184,7 @@ def _client_database() -> Optional[str]:
 
 
 def _frame(read_part: Any, paths_or_globs: Paths, meta: Any, start: int, stop: Optional[int],
-           per_partition: Optional[int], recover: bool, errors: str, read: dict,
+           per_partition: Optional[int], recover: bool, errors: str, read: Dict[str, Any],
            label: str) -> Any:
     skipped: List[Tuple[str, str]] = []
     parts = _plan(_expand(paths_or_globs, skipped, errors), start, stop, per_partition,
@@ -231,7 +232,7 @@ def _open_part(part: Part, recover: bool, errors: str, database: Optional[str]) 
 
 
 def _read_items_part(part: Part, recover: bool, errors: str, database: Optional[str],
-                     read: dict) -> Any:
+                     read: Dict[str, Any]) -> Any:
     store = _open_part(part, recover, errors, database)
     if store is None:
         return _with_path(_quillon._items_meta(read["columns"]))
@@ -242,7 +243,7 @@ def _read_items_part(part: Part, recover: bool, errors: str, database: Optional[
 
 
 def _read_fields_part(part: Part, recover: bool, errors: str, database: Optional[str],
-                      read: dict) -> Any:
+                      read: Dict[str, Any]) -> Any:
     store = _open_part(part, recover, errors, database)
     if store is None:
         return _with_path(_quillon._fields_meta(read["fields"], read["texts"],
