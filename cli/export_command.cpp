@@ -36,97 +36,153 @@ struct Column {
   std::string Name() const { return item ? std::string(ItemColumnName(*item)) : "path"; }
 };
 
-// The cells of one row as text, in the form a format writes them.
-struct Cell {
-  enum class Kind { kNumber, kText, kNull } kind;
-  std::string text;
-};
-
-// "2024-03-01T09:30:00.009Z" (to the millisecond, as stored); null for
-// kNoTime.
-Cell TimeCell(std::int64_t unix_nanoseconds) {
-  constexpr std::int64_t kFileTimeOfUnixEpoch = 116444736000000000;  // 100 ns units
-  if (unix_nanoseconds == kNoTime) return {Cell::Kind::kNull, {}};
-  const std::int64_t milliseconds = (unix_nanoseconds + 500000) / 1000000;
-  platform::SystemTime t;
-  const auto file_time = static_cast<std::uint64_t>(milliseconds * 10000 + kFileTimeOfUnixEpoch);
-  if (!platform::FileTimeToSystemTime(file_time, t)) return {Cell::Kind::kNull, {}};
-  char text[64];
-  std::snprintf(text, sizeof text, "%04u-%02u-%02uT%02u:%02u:%02u.%03uZ", t.year, t.month, t.day,
-                t.hour, t.minute, t.second, t.milliseconds);
-  return {Cell::Kind::kText, text};
-}
-
-Cell CellOf(const ItemTable& table, std::size_t row, const Column& column,
-            const std::string& path) {
-  const auto number = [](std::uint64_t n) { return Cell{Cell::Kind::kNumber, std::to_string(n)}; };
-  const auto text = [](const TextColumn& c, std::size_t r) {
-    return Cell{Cell::Kind::kText, ToUtf8(c.At(r))};
-  };
-  if (!column.item) return {Cell::Kind::kText, path};
-  switch (*column.item) {
-    case ItemColumn::kIndex:
-      return number(table.index[row]);
-    case ItemColumn::kType:
-      return number(table.type[row]);
-    case ItemColumn::kTypeText:
-      return text(table.type_text, row);
-    case ItemColumn::kKeyText:
-      return text(table.key_text, row);
-    case ItemColumn::kName:
-      return text(table.name, row);
-    case ItemColumn::kTimestamp:
-      return TimeCell(table.timestamp[row]);
-    case ItemColumn::kSummary:
-      return text(table.summary, row);
-    case ItemColumn::kLength:
-      return number(table.length[row]);
-    case ItemColumn::kColor:
-      return number(table.color[row]);
-    case ItemColumn::kPayload: {
-      const std::size_t begin = row == 0 ? 0 : table.payload_ends[row - 1];
-      return {Cell::Kind::kText,
-              Hex(table.payload_bytes.data() + begin, table.payload_ends[row] - begin)};
-    }
-  }
-  return {Cell::Kind::kNull, {}};
-}
-
-// A table format: the line before the rows (may be empty) and one row.
+// A table format: how a row opens and closes, what comes before each cell,
+// and how texts (already UTF-8) and missing values are written.
 struct TableFormat {
   const char* name;
   std::string (*header)(const std::vector<Column>& columns);
-  void (*row)(std::string& out, const std::vector<Column>& columns, const std::vector<Cell>& cells);
+  std::string (*cell_prefix)(std::size_t position, const Column& column);
+  void (*append_text)(std::string& out, std::string_view text);
+  std::string_view null_value;
+  std::string_view row_open;
+  std::string_view row_close;
 };
 
 const TableFormat kFormats[] = {
-    {"csv",
-     [](const std::vector<Column>& columns) {
-       std::string line;
-       for (const Column& c : columns) line += (line.empty() ? "" : ",") + c.Name();
-       return line + "\n";
-     },
-     [](std::string& out, const std::vector<Column>&, const std::vector<Cell>& cells) {
-       for (std::size_t i = 0; i < cells.size(); ++i) {
-         if (i > 0) out.push_back(',');
-         if (cells[i].kind == Cell::Kind::kText) AppendCsv(out, cells[i].text);
-         if (cells[i].kind == Cell::Kind::kNumber) out += cells[i].text;
-       }
-       out.push_back('\n');
-     }},
-    {"jsonl", [](const std::vector<Column>&) { return std::string(); },
-     [](std::string& out, const std::vector<Column>& columns, const std::vector<Cell>& cells) {
-       out.push_back('{');
-       for (std::size_t i = 0; i < cells.size(); ++i) {
-         if (i > 0) out.push_back(',');
-         AppendJson(out, columns[i].Name());
-         out.push_back(':');
-         if (cells[i].kind == Cell::Kind::kText) AppendJson(out, cells[i].text);
-         if (cells[i].kind == Cell::Kind::kNumber) out += cells[i].text;
-         if (cells[i].kind == Cell::Kind::kNull) out += "null";
-       }
-       out += "}\n";
-     }},
+    {.name = "csv",
+     .header =
+         [](const std::vector<Column>& columns) {
+           std::string line;
+           for (const Column& c : columns) line += (line.empty() ? "" : ",") + c.Name();
+           return line + "\n";
+         },
+     .cell_prefix = [](std::size_t position,
+                       const Column&) { return std::string(position ? "," : ""); },
+     .append_text = AppendCsv,
+     .null_value = "",
+     .row_open = "",
+     .row_close = "\n"},
+    {.name = "jsonl",
+     .header = [](const std::vector<Column>&) { return std::string(); },
+     .cell_prefix =
+         [](std::size_t position, const Column& column) {
+           std::string prefix = position ? "," : "";
+           AppendJson(prefix, column.Name());
+           return prefix + ":";
+         },
+     .append_text = AppendJson,
+     .null_value = "null",
+     .row_open = "{",
+     .row_close = "}\n"},
+};
+
+// "2024-03-01T09:30:00.009Z" (to the millisecond, as stored); empty for
+// kNoTime.
+std::string IsoTimeOf(std::int64_t unix_nanoseconds) {
+  constexpr std::int64_t kFileTimeOfUnixEpoch = 116444736000000000;  // 100 ns units
+  if (unix_nanoseconds == kNoTime) return {};
+  const std::int64_t milliseconds = (unix_nanoseconds + 500000) / 1000000;
+  platform::SystemTime t;
+  const auto file_time = static_cast<std::uint64_t>(milliseconds * 10000 + kFileTimeOfUnixEpoch);
+  if (!platform::FileTimeToSystemTime(file_time, t)) return {};
+  char text[64];
+  std::snprintf(text, sizeof text, "%04u-%02u-%02uT%02u:%02u:%02u.%03uZ", t.year, t.month, t.day,
+                t.hour, t.minute, t.second, t.milliseconds);
+  return text;
+}
+
+// Writes the rows of one chunk: each distinct text is converted and escaped
+// once, and a row is then a run of appends.
+class ChunkWriter {
+ public:
+  ChunkWriter(const TableFormat& format, const std::vector<Column>& columns,
+              const std::string& path)
+      : format_(format), columns_(columns) {
+    for (std::size_t c = 0; c < columns.size(); ++c) {
+      prefixes_.push_back(format.cell_prefix(c, columns[c]));
+    }
+    format.append_text(path_, path);
+  }
+
+  std::string Write(const ItemTable& table) {
+    std::vector<std::vector<std::string>> encoded(columns_.size());
+    for (std::size_t c = 0; c < columns_.size(); ++c) {
+      if (const TextColumn* texts = TextsOf(table, columns_[c])) {
+        for (const std::u16string& text : texts->Texts()) {
+          format_.append_text(encoded[c].emplace_back(), ToUtf8(text));
+        }
+      }
+    }
+    std::string out;
+    for (std::size_t r = 0; r < table.rows; ++r) {
+      out += format_.row_open;
+      for (std::size_t c = 0; c < columns_.size(); ++c) {
+        out += prefixes_[c];
+        AppendCell(out, table, r, columns_[c], encoded[c]);
+      }
+      out += format_.row_close;
+    }
+    return out;
+  }
+
+ private:
+  static const TextColumn* TextsOf(const ItemTable& table, const Column& column) {
+    if (!column.item) return nullptr;
+    switch (*column.item) {
+      case ItemColumn::kTypeText:
+        return &table.type_text;
+      case ItemColumn::kKeyText:
+        return &table.key_text;
+      case ItemColumn::kName:
+        return &table.name;
+      case ItemColumn::kSummary:
+        return &table.summary;
+      default:
+        return nullptr;
+    }
+  }
+
+  void AppendCell(std::string& out, const ItemTable& table, std::size_t r, const Column& column,
+                  const std::vector<std::string>& encoded) const {
+    const auto number = [&out](std::uint64_t n) { out += std::to_string(n); };
+    if (!column.item) {
+      out += path_;
+      return;
+    }
+    switch (*column.item) {
+      case ItemColumn::kIndex:
+        return number(table.index[r]);
+      case ItemColumn::kType:
+        return number(table.type[r]);
+      case ItemColumn::kLength:
+        return number(table.length[r]);
+      case ItemColumn::kColor:
+        return number(table.color[r]);
+      case ItemColumn::kTimestamp: {
+        const std::string time = IsoTimeOf(table.timestamp[r]);
+        if (time.empty()) {
+          out += format_.null_value;
+        } else {
+          format_.append_text(out, time);
+        }
+        return;
+      }
+      case ItemColumn::kPayload: {
+        const std::size_t begin = r == 0 ? 0 : table.payload_ends[r - 1];
+        format_.append_text(out,
+                            Hex(table.payload_bytes.data() + begin, table.payload_ends[r] - begin));
+        return;
+      }
+      default:
+        out += encoded[TextsOf(table, column)->Codes()[r]];
+        return;
+    }
+  }
+
+  const TableFormat& format_;
+  const std::vector<Column>& columns_;
+  std::vector<std::string> prefixes_;
+  std::string path_;  // the path, encoded
 };
 
 // Where the table goes: standard output, or the file of --output.
@@ -246,6 +302,7 @@ class Exporter {
         Add(f, {}, "note: " + path + " was never closed; its items were recovered in memory");
       }
       ItemTableRequest request{.selection = selection_, .columns = item_columns_};
+      ChunkWriter writer(format_, columns_, path);
       const std::uint32_t count = opened.store->GetItemCount();
       const std::uint32_t end = std::min(selection_.end, count);
       for (std::uint32_t first = selection_.first; first < end;) {
@@ -261,7 +318,7 @@ class Exporter {
           std::lock_guard lock(mutex_);
           files_[f].unreadable = true;
         }
-        Add(f, Format(table, path));
+        Add(f, writer.Write(table));
         first = stop;
       }
     } catch (const cMISException& error) {
@@ -275,18 +332,6 @@ class Exporter {
     std::lock_guard lock(mutex_);
     files_[f].finished = true;
     changed_.notify_all();
-  }
-
-  std::string Format(const ItemTable& table, const std::string& path) const {
-    std::string out;
-    std::vector<Cell> cells(columns_.size());
-    for (std::size_t r = 0; r < table.rows; ++r) {
-      for (std::size_t c = 0; c < columns_.size(); ++c) {
-        cells[c] = CellOf(table, r, columns_[c], path);
-      }
-      format_.row(out, columns_, cells);
-    }
-    return out;
   }
 
   // Writes capture `f`'s chunks and messages as they come.
