@@ -1,24 +1,45 @@
-// quillon export FILES... --format csv|jsonl [--columns LIST] [--jobs N]
-//                 [--output FILE] [selection]
-// One table of the selected items of many captures, in file order and then
-// index order, read on up to N threads (one capture each). The columns are
-// those of the Python module's data frames (automation/item_table.h) with
-// the capture's path first. Each format is one entry of kFormats.
+// quillon export FILES... --format FORMAT [--output FILE] [selection]
+// Writes the selected items of one or more item store files, in order, as
+// one export: to FILE, or to standard output without --output. Each format
+// is one entry of kFormats, of one of two kinds:
+//   - tables (csv, jsonl): the columns of the Python module's data frames
+//     (automation/item_table.h) with the capture's path first, read on up
+//     to --jobs threads (one item store file each) and written in file
+//     order, then index order;
+//   - captures (pcap, gsmtap): every file's OTA messages as one capture for
+//     Wireshark, with the summary of what was written and skipped on
+//     standard error.
+// Unreadable items are reported and skipped (exit status 3), as in the
+// other reading commands; a table goes on past a file that cannot be
+// opened (exit status 1).
 #include <algorithm>
 #include <condition_variable>
 #include <cstdio>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <thread>
 #include <vector>
 
+#if defined(_WIN32)
+#include <fcntl.h>
+#include <io.h>
+#define QUILLON_ISATTY(fd) _isatty(fd)
+#else
+#include <unistd.h>
+#define QUILLON_ISATTY(fd) ::isatty(fd)
+#endif
+
 #include "automation/item_table.h"
+#include "automation/store_access.h"
 #include "cli/cli_support.h"
 #include "cli/commands.h"
 #include "cli/item_selection.h"
+#include "ota/ota_capture.h"
 #include "platform/clock.h"
 #include "platform/file.h"
 #include "store/item_store.h"
@@ -48,33 +69,33 @@ struct TableFormat {
   std::string_view row_close;
 };
 
-const TableFormat kFormats[] = {
-    {.name = "csv",
-     .header =
-         [](const std::vector<Column>& columns) {
-           std::string line;
-           for (const Column& c : columns) line += (line.empty() ? "" : ",") + c.Name();
-           return line + "\n";
-         },
-     .cell_prefix = [](std::size_t position,
-                       const Column&) { return std::string(position ? "," : ""); },
-     .append_text = AppendCsv,
-     .null_value = "",
-     .row_open = "",
-     .row_close = "\n"},
-    {.name = "jsonl",
-     .header = [](const std::vector<Column>&) { return std::string(); },
-     .cell_prefix =
-         [](std::size_t position, const Column& column) {
-           std::string prefix = position ? "," : "";
-           AppendJson(prefix, column.Name());
-           return prefix + ":";
-         },
-     .append_text = AppendJson,
-     .null_value = "null",
-     .row_open = "{",
-     .row_close = "}\n"},
-};
+const TableFormat kCsv = {
+    .name = "csv",
+    .header =
+        [](const std::vector<Column>& columns) {
+          std::string line;
+          for (const Column& c : columns) line += (line.empty() ? "" : ",") + c.Name();
+          return line + "\n";
+        },
+    .cell_prefix = [](std::size_t position,
+                      const Column&) { return std::string(position ? "," : ""); },
+    .append_text = AppendCsv,
+    .null_value = "",
+    .row_open = "",
+    .row_close = "\n"};
+
+const TableFormat kJsonl = {.name = "jsonl",
+                            .header = [](const std::vector<Column>&) { return std::string(); },
+                            .cell_prefix =
+                                [](std::size_t position, const Column& column) {
+                                  std::string prefix = position ? "," : "";
+                                  AppendJson(prefix, column.Name());
+                                  return prefix + ":";
+                                },
+                            .append_text = AppendJson,
+                            .null_value = "null",
+                            .row_open = "{",
+                            .row_close = "}\n"};
 
 // "2024-03-01T09:30:00.009Z" (to the millisecond, as stored); empty for
 // kNoTime.
@@ -237,10 +258,10 @@ struct FileExport {
   bool unreadable = false;  // some items could not be read
 };
 
-// The captures of one export, read on worker threads and written in order.
-class Exporter {
+// The files of one table export, read on worker threads and written in order.
+class TableExport {
  public:
-  Exporter(const ExportOptions& options, const TableFormat& format, std::vector<Column> columns)
+  TableExport(const ExportOptions& options, const TableFormat& format, std::vector<Column> columns)
       : options_(options),
         format_(format),
         columns_(std::move(columns)),
@@ -373,9 +394,102 @@ class Exporter {
   std::mutex mutex_;
   std::condition_variable changed_;
   std::vector<FileExport> files_;  // guarded by mutex_
-  std::size_t next_ = 0;           // the next capture to read
-  std::size_t written_ = 0;        // captures written out
+  std::size_t next_ = 0;           // the next file to read
+  std::size_t written_ = 0;        // files written out
 };
+
+using ByteSink = std::function<void(std::span<const std::uint8_t>)>;
+
+// A capture of the OTA messages of every file.
+class CaptureExporter {
+ public:
+  CaptureExporter(CaptureFormat format, ByteSink sink) : writer_(format, std::move(sink)) {}
+  void Add(const ItemRecord& item) { writer_.Add(item); }
+  // Writes what is left and returns the summary line ("12 records ...").
+  std::string Finish() {
+    writer_.Finish();
+    const OtaCaptureCounts& c = writer_.Counts();
+    return std::to_string(c.records) +
+           " OTA records written; OTA items skipped: " + std::to_string(c.no_layout) +
+           " without a public layout (CDMA, HDR), " + std::to_string(c.no_message) +
+           " without a message, " + std::to_string(c.malformed) + " malformed";
+  }
+
+ private:
+  OtaCaptureWriter writer_;
+};
+
+// One format of `quillon export`: a table or a capture.
+struct ExportFormat {
+  const char* name;
+  const TableFormat* table;  // null for a capture
+  CaptureFormat capture;     // for a capture
+};
+
+const ExportFormat kFormats[] = {
+    {"csv", &kCsv, {}},
+    {"jsonl", &kJsonl, {}},
+    {"pcap", nullptr, CaptureFormat::kExportedPdu},
+    {"gsmtap", nullptr, CaptureFormat::kGsmtap},
+};
+
+// Standard output in binary mode, or the file of --output.
+ByteSink OpenOutput(const std::string& path, std::unique_ptr<CaptureFile>& file) {
+  if (path.empty()) {
+    if (QUILLON_ISATTY(1) != 0) {
+      Fail("a capture is binary and standard output is a terminal: use --output FILE or a pipe",
+           kExitUsage);
+    }
+#if defined(_WIN32)
+    _setmode(_fileno(stdout), _O_BINARY);
+#endif
+    return [](std::span<const std::uint8_t> bytes) {
+      if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size()) {
+        Fail("cannot write to standard output");
+      }
+    };
+  }
+  try {
+    file = std::make_unique<CaptureFile>(PathArgument(path));
+  } catch (const cMISException& error) {
+    throw ExitStatus{ReportFailure(error, "cannot create " + path)};
+  }
+  return [&file](std::span<const std::uint8_t> bytes) { file->Write(bytes); };
+}
+
+void RunCaptureExport(const ExportOptions& options, CaptureFormat format) {
+  UseDatabase();  // OTA log codes the database lists make OTA LOG items
+  std::unique_ptr<CaptureFile> file;
+  CaptureExporter exporter(format, OpenOutput(options.output, file));
+  const ItemSelection selection = ToSelection(options.selection);
+  UnreadableItems unreadable;
+  std::vector<ItemRead> batch;
+  try {
+    for (const std::string& path : options.files) {
+      Progress progress("export " + path);
+      const OpenedStore opened = OpenForReading(path, &progress);
+      ItemCursor cursor(selection, opened.store->GetItemCount());
+      while (true) {
+        batch.clear();
+        if (cursor.ReadBatch(*opened.store, batch, 512) == 0) break;
+        for (const ItemRead& read : batch) {
+          if (read.error) {
+            unreadable.Report(read.index, *read.error);
+          } else {
+            exporter.Add(*read.item);
+          }
+        }
+        progress.Update(cursor.Position(), cursor.End());
+      }
+    }
+    const std::string summary = exporter.Finish();
+    std::fflush(stdout);
+    std::fprintf(stderr, "quillon: %s\n", summary.c_str());
+  } catch (const cMISException& error) {
+    throw ExitStatus{ReportFailure(error, "cannot write " + options.output)};
+  }
+  throw ExitStatus{unreadable.ExitStatusAtEnd()};
+}
 
 std::vector<Column> ColumnsOf(const std::vector<std::string>& names) {
   std::vector<Column> columns;
@@ -405,16 +519,24 @@ std::vector<Column> ColumnsOf(const std::vector<std::string>& names) {
   return columns;
 }
 
-void RunExport(const ExportOptions& options) {
-  const TableFormat* format = nullptr;
-  for (const TableFormat& candidate : kFormats) {
-    if (options.format == candidate.name) format = &candidate;
-  }
+void RunTableExport(const ExportOptions& options, const TableFormat& format) {
   std::vector<Column> columns = ColumnsOf(options.columns);
   UseDatabase();  // loaded once, before the workers share it
   Sink out(options.output);
-  Exporter exporter(options, *format, std::move(columns));
+  TableExport exporter(options, format, std::move(columns));
   throw ExitStatus{exporter.Run(out)};
+}
+
+void RunExport(const ExportOptions& options) {
+  const ExportFormat* format = nullptr;
+  for (const ExportFormat& candidate : kFormats) {
+    if (options.format == candidate.name) format = &candidate;
+  }
+  if (format->table != nullptr) RunTableExport(options, *format->table);
+  if (!options.columns.empty() || options.jobs != 0) {
+    Fail("--columns and --jobs apply to the table formats (csv, jsonl)", kExitUsage);
+  }
+  RunCaptureExport(options, format->capture);
 }
 
 }  // namespace
@@ -422,24 +544,29 @@ void RunExport(const ExportOptions& options) {
 void AddExportCommand(CLI::App& app) {
   auto options = std::make_shared<ExportOptions>();
   CLI::App* command = app.add_subcommand(
-      "export", "Write the items of many item store files as one table (CSV or JSON lines)");
+      "export", "Write the items of item store files as one table or one Wireshark capture");
   command->add_option("FILES", options->files, "Item store files (.isf), exported in order")
       ->required();
   std::vector<std::string> names;
-  for (const TableFormat& f : kFormats) names.emplace_back(f.name);
-  command->add_option("--format", options->format, "csv or jsonl")
+  for (const ExportFormat& format : kFormats) names.emplace_back(format.name);
+  command
+      ->add_option("--format", options->format,
+                   "csv or jsonl: a table of the items; pcap: Wireshark exported PDUs (link "
+                   "type 252), one record per OTA message; gsmtap: GSMTAP v2 over UDP port "
+                   "4729 (link type 228)")
       ->required()
       ->check(CLI::IsMember(names));
   command
       ->add_option("--columns", options->columns,
-                   "Columns, comma separated: path, index, type, type_text, key_text, name, "
-                   "timestamp, summary, length, color, payload (default: all but payload)")
+                   "Table columns, comma separated: path, index, type, type_text, key_text, "
+                   "name, timestamp, summary, length, color, payload (default: all but payload)")
       ->delimiter(',');
   command
       ->add_option("--jobs", options->jobs,
-                   "Captures read at once (default: one per core); the output is the same")
+                   "Files a table reads at once (default: one per core); the output is the same")
       ->check(CLI::PositiveNumber);
-  command->add_option("--output", options->output, "Write to FILE instead of standard output");
+  command->add_option("--output,-o", options->output,
+                      "File to write (replaced when it exists); standard output without it");
   AddSelectionOptions(*command, options->selection);
   command->callback([options] { RunExport(*options); });
 }

@@ -3,7 +3,7 @@
 # one layer as quillon::<folder> (quillon::store, quillon::database ...).
 include(CMakePackageConfigHelpers)
 
-set(quillon_folders platform common database items render parsers store automation)
+set(quillon_folders platform common database items render parsers store automation ota)
 set(quillon_libraries)
 foreach(folder IN LISTS quillon_folders)
   list(APPEND quillon_libraries quillon_${folder})

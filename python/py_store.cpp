@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,6 +19,7 @@
 #include "automation/auto_item_fields.h"
 #include "automation/module.h"
 #include "automation/store_access.h"
+#include "ota/ota_capture.h"
 #include "python/py_frames.h"
 #include "python/py_values.h"
 #include "store/item_store.h"
@@ -203,6 +205,52 @@ ItemSelection SelectionOf(py::handle types, py::handle keys, std::uint32_t start
   return selection;
 }
 
+namespace {
+
+// Store.to_pcap: the store's OTA messages as a capture file (the writer of
+// `quillon export`); unreadable items are skipped and counted.
+py::dict ToPcap(const PyStore& s, py::handle path, const std::string& format) {
+  if (format != "pcap" && format != "gsmtap") {
+    throw py::value_error("format must be 'pcap' or 'gsmtap', not '" + format + "'");
+  }
+  const CaptureFormat capture_format =
+      format == "pcap" ? CaptureFormat::kExportedPdu : CaptureFormat::kGsmtap;
+  const std::u16string target = ToUtf16(FsDecode(path));
+  const std::shared_ptr<ItemStore> store = s.Open();
+  OtaCaptureCounts counts;
+  std::uint64_t unreadable = 0;
+  {
+    py::gil_scoped_release released;
+    CaptureFile file(target);
+    OtaCaptureWriter writer(capture_format,
+                            [&file](std::span<const std::uint8_t> bytes) { file.Write(bytes); });
+    ItemCursor cursor(ItemSelection{}, store->GetItemCount());
+    std::vector<ItemRead> batch;
+    while (cursor.ReadBatch(*store, batch, kBatchSize) != 0) {
+      for (const ItemRead& read : batch) {
+        if (read.error) {
+          ++unreadable;
+        } else {
+          writer.Add(*read.item);
+        }
+      }
+      batch.clear();
+    }
+    writer.Finish();
+    counts = writer.Counts();
+  }
+  py::dict out;
+  out["records"] = counts.records;
+  out["no_layout"] = counts.no_layout;
+  out["no_message"] = counts.no_message;
+  out["malformed"] = counts.malformed;
+  out["not_ota"] = counts.not_ota;
+  out["unreadable"] = unreadable;
+  return out;
+}
+
+}  // namespace
+
 void DefineStoreClasses(py::module_& module) {
   py::module_ collections = py::module_::import("collections");
   py::module_ datetime = py::module_::import("datetime");
@@ -348,6 +396,11 @@ void DefineStoreClasses(py::module_& module) {
           py::arg("other"), py::arg("index"), py::arg("preserve_timestamp") = true,
           "Appends item `index` of `other`; returns the new item's index. Without "
           "`preserve_timestamp` the copy is stamped now.")
+      .def("to_pcap", &ToPcap, py::arg("path"), py::arg("format") = "pcap",
+           "Writes the OTA messages as a capture that Wireshark opens: 'pcap' (exported "
+           "PDUs, link type 252) or 'gsmtap' (GSMTAP over UDP, link type 228), one record "
+           "per message, the file replaced. Returns the counts: records, no_layout, "
+           "no_message, malformed, not_ota, unreadable.")
       .def("__repr__", [](const PyStore& s) {
         return py::str("<quillon.Store {!r} mode={!r}{}>")
             .format(ToPython(s.path), ModeText(s.mode), s.store ? "" : " closed");

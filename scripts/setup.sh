@@ -14,6 +14,8 @@ packages=(
   # Windows cross build and its tests under Wine
   mingw-w64 mingw-w64-tools g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix
   binutils-mingw-w64-x86-64 wine wine64 libwine-dev
+  # the OTA decoder libraries run Wireshark's tshark (and their tests need it)
+  tshark
 )
 missing=()
 for p in "${packages[@]}"; do

@@ -13,6 +13,7 @@ declare -gA QUILLON_COMMAND_PACKAGE=(
   [git]=git
   [ninja]=ninja-build
   [python3]=python3-minimal
+  [tshark]=tshark
   [wine]=wine
   [wineserver]=wine
   [x86_64-w64-mingw32-g++-posix]=g++-mingw-w64-x86-64-posix
