@@ -81,6 +81,8 @@ class TextColumn {
   TextColumn& operator=(TextColumn&&) = default;
 
   void Append(std::u16string text);
+  // Appends the rows of `other`.
+  void Extend(const TextColumn& other);
   std::size_t Rows() const { return codes_.size(); }
   const std::u16string& At(std::size_t row) const { return texts_[codes_[row]]; }
   const std::vector<std::uint32_t>& Codes() const { return codes_; }
@@ -117,13 +119,18 @@ struct ItemTable {
 struct ItemTableRequest {
   ItemSelection selection;
   ItemColumnSet columns = ItemColumnSet::Default();
+  // Threads that share the index range, each rendering its own part (the
+  // store serialises only the reads of the items). 0: one per core. A part
+  // has at least kItemsPerThread indexes, so small reads use one thread.
+  unsigned threads = 1;
 };
+inline constexpr std::uint32_t kItemsPerThread = 16384;
 
-// Reads the items `request.selection` picks into the columns it asks for.
-// An item that cannot be read is listed in `unreadable` and the read goes
-// on. `store` must be open; failures of the store itself (a read past a
-// truncated file's end is an unreadable item, not one of these) throw
-// cMISException.
+// Reads the items `request.selection` picks into the columns it asks for;
+// the table is the same whatever the thread count. An item that cannot be
+// read is listed in `unreadable` and the read goes on. `store` must be
+// open; failures of the store itself (a read past a truncated file's end is
+// an unreadable item, not one of these) throw cMISException.
 [[nodiscard]] ItemTable ReadItemTable(const std::shared_ptr<ItemStore>& store,
                                       const ItemTableRequest& request);
 

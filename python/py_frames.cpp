@@ -199,12 +199,14 @@ void DefineFrameMethods(py::module_& module,
       "to_pandas",
       [](const PyStore& s, py::object columns, py::object types, py::object keys,
          std::uint32_t start, std::optional<std::uint32_t> stop, py::object since, py::object until,
-         const std::string& errors) {
+         const std::string& errors, std::optional<unsigned> threads) {
         const bool skip = SkipsErrors(errors);
+        if (threads && *threads == 0) throw py::value_error("threads must be at least 1");
         const std::vector<ItemColumn> order = ColumnsOf(columns);
         const ItemTableRequest request{
             .selection = SelectionOf(types, keys, start, stop, since, until),
-            .columns = SetOf(order)};
+            .columns = SetOf(order),
+            .threads = threads.value_or(0)};
         const std::shared_ptr<ItemStore> store = s.Open();
         ItemTable table;
         {
@@ -217,11 +219,12 @@ void DefineFrameMethods(py::module_& module,
       },
       py::arg("columns") = py::none(), py::arg("types") = py::none(), py::arg("keys") = py::none(),
       py::arg("start") = 0, py::arg("stop") = py::none(), py::arg("since") = py::none(),
-      py::arg("until") = py::none(), py::arg("errors") = "raise",
+      py::arg("until") = py::none(), py::arg("errors") = "raise", py::arg("threads") = py::none(),
       "The selected items as a pandas DataFrame, one row per item: `columns` among index, "
       "type, type_text, key_text, name, timestamp (datetime64[ns, UTC]), summary, length, "
       "color and payload (None: all but payload); the selection is that of items(). Only "
-      "the columns asked for are rendered. An unreadable item raises quillon.Error, or with "
+      "the columns asked for are rendered, on `threads` threads (None: one per core; reads "
+      "under 16384 items use one). An unreadable item raises quillon.Error, or with "
       "errors='skip' is left out and listed in attrs['skipped'] as (index, reason).");
 
   store_class.def(

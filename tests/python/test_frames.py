@@ -93,6 +93,19 @@ def test_to_pandas_refuses_unknown_columns_and_reports_unreadable_items(tmp_path
     assert [index for index, _ in frame.attrs["skipped"]] == [5]
 
 
+def test_threads_give_the_same_table(tmp_path):
+    path = tmp_path / "long.isf"
+    with quillon.open(SAMPLE) as sample, quillon.open(path, "w") as store:
+        for i in range(40000):
+            store.copy_from(sample, i % len(sample))
+    set_entry_length(path, 7000, 60000)
+    with quillon.open(path) as store:
+        frames = [store.to_pandas(columns=EVERY_COLUMN, threads=n, errors="skip") for n in (1, 3)]
+    pd.testing.assert_frame_equal(*frames)
+    assert len(frames[0]) == 39999
+    assert [index for index, _ in frames[1].attrs["skipped"]] == [7000]
+
+
 def expected_fields(store, entity, name, selection):
     rows = []
     for item in store.items(**selection):
