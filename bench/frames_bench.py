@@ -5,7 +5,7 @@ worker processes. Prints items/s of each.
 Usage: frames_bench.py FOLDER [LOOP_FILES]  (the module on PYTHONPATH; the
 captures are FOLDER/*.isf). Every way reads every column but the payload
 of every item; the loop reads LOOP_FILES captures (default 2), the others
-all of them. The Dask ways count the items per type on the workers, so the
+all of them; to_pandas runs on one thread and on one per core. The Dask ways count the items per type on the workers, so the
 figures are those of the reads rather than of shipping rows back.
 """
 import glob
@@ -34,11 +34,11 @@ def loop(paths):
     return count
 
 
-def per_file(paths):
+def per_file(paths, threads):
     count = 0
     for path in paths:
         with quillon.open(path) as store:
-            count += len(store.to_pandas())
+            count += len(store.to_pandas(threads=threads))
     return count
 
 
@@ -64,7 +64,8 @@ def main(folder, loop_files=2):
     print(f"{len(paths)} captures, {cores} cores")
     rates = {
         "loop": timed("Python loop over items", loop, paths[:loop_files]),
-        "to_pandas": timed("to_pandas per file", per_file, paths),
+        "to_pandas": timed("to_pandas per file, 1 thread", per_file, paths, 1),
+        "to_pandas_cores": timed(f"to_pandas per file, {cores} threads", per_file, paths, None),
         "threads": timed(f"Dask threaded ({cores} threads)", dask_counts, paths,
                          scheduler="threads", num_workers=cores),
     }
@@ -73,9 +74,11 @@ def main(folder, loop_files=2):
         with distributed.Client(cluster):
             rates["distributed"] = timed("Dask distributed (2 workers x 1 thread)",
                                          dask_counts, paths)
-    print(f"to_pandas / loop: {rates['to_pandas'] / rates['loop']:.1f}x; "
-          f"threaded / to_pandas: {rates['threads'] / rates['to_pandas']:.2f}x; "
-          f"distributed / to_pandas: {rates['distributed'] / rates['to_pandas']:.2f}x")
+    one = rates["to_pandas"]
+    print(f"to_pandas / loop: {one / rates['loop']:.1f}x on 1 thread, "
+          f"{rates['to_pandas_cores'] / rates['loop']:.1f}x on {cores}; against to_pandas on "
+          f"1 thread: {cores} threads {rates['to_pandas_cores'] / one:.2f}x, Dask threaded "
+          f"{rates['threads'] / one:.2f}x, distributed {rates['distributed'] / one:.2f}x")
 
 
 if __name__ == "__main__":
