@@ -5,8 +5,9 @@ worker processes. Prints items/s of each.
 Usage: frames_bench.py FOLDER [LOOP_FILES]  (the module on PYTHONPATH; the
 captures are FOLDER/*.isf). Every way reads every column but the payload
 of every item; the loop reads LOOP_FILES captures (default 2), the others
-all of them; to_pandas runs on one thread and on one per core. The Dask ways count the items per type on the workers, so the
-figures are those of the reads rather than of shipping rows back.
+all of them; to_pandas runs on one thread and on one per core. The Dask
+ways count the items per type on the workers, so the figures are those of
+the reads rather than of shipping rows back.
 """
 import glob
 import os
