@@ -32,6 +32,6 @@ for jobs in 1 "$(nproc)"; do
   "$dir/bin/quillon" export "$captures"/*.isf --format csv --jobs "$jobs" >/dev/null
   end=$(date +%s.%N)
   awk -v jobs="$jobs" -v start="$start" -v end="$end" 'BEGIN {
-    printf "%-44s %9d items %7.2f s %12.0f items/s\n", "quillon export --format csv --jobs " jobs,
+    printf "%-42s %8d items %6.2f s %11.0f items/s\n", "quillon export --format csv --jobs " jobs,
       4000000, end - start, 4000000 / (end - start) }'
 done
