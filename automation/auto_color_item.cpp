@@ -120,6 +120,20 @@ std::u16string CAutoColorItem::Render(ItemTextKind kind, const ItemRenderOptions
   }
 }
 
+void CAutoColorItem::GetItemTexts(ItemTextRequest& request) const {
+  const ItemRecord* item = Item();
+  const std::shared_ptr<ItemStore> store = store_.lock();
+  for (auto& entry : request) entry.second.clear();
+  if (!item || !store) return;
+  try {
+    const ItemRenderServices services = store->RenderServices();
+    item->GetTexts(request, {}, &services);
+  } catch (...) {
+    // One kind failing leaves only that kind empty, as its own call would.
+    for (auto& [kind, text] : request) text = Render(kind, {});
+  }
+}
+
 std::u16string CAutoColorItem::GetItemTypeText() const {
   return Render(ItemTextKind::kTypeText, {});
 }

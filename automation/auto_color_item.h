@@ -82,6 +82,12 @@ class CAutoColorItem final : public AutoObject {
   std::u16string GetItemBufferText(bool include_header_bytes) const;
   std::u16string GetItemName() const;
   std::u16string GetItemSummary() const;
+  // Several of the texts above at once, rendered with the options their
+  // methods use when they take none (type text, key text, name, summary,
+  // and the timestamp text with milliseconds and no date): `request` names
+  // the kinds, and each comes back as its own method gives it (empty
+  // without an item). Cheaper than one call per kind.
+  void GetItemTexts(ItemTextRequest& request) const;
   // The store's parser libraries' text for the item; empty when none
   // parses it.
   std::u16string GetItemParsedText() const;

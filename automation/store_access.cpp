@@ -14,15 +14,32 @@ namespace quillon {
 
 namespace {
 
-bool SameKeyText(std::u16string_view a, std::u16string_view b) {
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    const auto fold = [](char16_t c) {
-      return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c - u'A' + u'a') : c;
-    };
-    if (fold(a[i]) != fold(b[i])) return false;
+char16_t FoldAscii(char16_t c) {
+  return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c - u'A' + u'a') : c;
+}
+
+// Whether `key` matches `pattern`, ASCII case ignored, "*" matching any run
+// of characters. After a mismatch only the last "*" needs to take one more
+// character: the classic linear glob walk.
+bool KeyTextMatches(std::u16string_view pattern, std::u16string_view key) {
+  std::size_t p = 0, k = 0;
+  std::size_t star = std::u16string_view::npos, resume = 0;
+  while (k < key.size()) {
+    if (p < pattern.size() && pattern[p] == u'*') {
+      star = p++;
+      resume = k;
+    } else if (p < pattern.size() && FoldAscii(pattern[p]) == FoldAscii(key[k])) {
+      ++p;
+      ++k;
+    } else if (star != std::u16string_view::npos) {
+      p = star + 1;
+      k = ++resume;
+    } else {
+      return false;
+    }
   }
-  return true;
+  while (p < pattern.size() && pattern[p] == u'*') ++p;
+  return p == pattern.size();
 }
 
 // Whether `path` is a capture that was never closed; any other case
@@ -94,7 +111,7 @@ bool ItemSelection::Matches(const ItemRecord& item) const {
   if (key_texts.empty()) return true;
   const std::u16string key = KeyText(item.Key());
   for (const std::u16string& wanted : key_texts) {
-    if (SameKeyText(key, wanted)) return true;
+    if (KeyTextMatches(wanted, key)) return true;
   }
   return false;
 }

@@ -72,7 +72,9 @@ struct ItemSelection {
   std::uint32_t first = 0;
   std::uint32_t end = 0xFFFFFFFF;  // one past the last index; the count bounds it
   std::uint32_t type_mask = 0;     // bit n: type code n; 0: every type
-  // Key texts (as KeyText gives them, ASCII case ignored); empty: every key.
+  // Key texts (as KeyText gives them, ASCII case ignored), where "*" stands
+  // for any run of characters ("0x412F/*" is every OTA channel of log code
+  // 0x412F, "*/03" every debug message of level 3); empty: every key.
   std::vector<std::u16string> key_texts;
   std::optional<ItemTimestamp> since;  // generic timestamp at or after
   std::optional<ItemTimestamp> until;  // generic timestamp before

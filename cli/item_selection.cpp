@@ -53,7 +53,8 @@ void AddSelectionOptions(CLI::App& command, SelectionArgs& args) {
       ->group("Selection");
   command
       .add_option("--key", args.keys,
-                  "Only items with this key text (such as 0x1C0B; case ignored); repeatable")
+                  "Only items with this key text (such as 0x1C0B or 0x412F/*; case ignored, * "
+                  "stands for any characters); repeatable")
       ->group("Selection");
   command.add_option("--first", args.first, "Index of the first item")->group("Selection");
   command.add_option("--last", args.last, "Index of the last item")->group("Selection");

@@ -20,6 +20,7 @@
 #include "automation/module.h"
 #include "automation/store_access.h"
 #include "ota/ota_capture.h"
+#include "python/py_frames.h"
 #include "python/py_values.h"
 #include "store/item_store.h"
 
@@ -182,8 +183,6 @@ std::shared_ptr<PyItem> PyItemIterator::Next() {
   return std::make_shared<PyItem>(store.lock(), std::move(read.item), read.index);
 }
 
-namespace {
-
 ItemSelection SelectionOf(py::handle types, py::handle keys, std::uint32_t start,
                           std::optional<std::uint32_t> stop, py::handle since, py::handle until) {
   ItemSelection selection;
@@ -205,8 +204,6 @@ ItemSelection SelectionOf(py::handle types, py::handle keys, std::uint32_t start
   selection.until = TimestampOf(until);
   return selection;
 }
-
-}  // namespace
 
 namespace {
 
@@ -327,9 +324,10 @@ void DefineStoreClasses(py::module_& module) {
       .def("__iter__", [](py::object self) { return self; })
       .def("__next__", &PyItemIterator::Next);
 
-  py::class_<PyStore, std::shared_ptr<PyStore>>(
+  py::class_<PyStore, std::shared_ptr<PyStore>> store_class(
       module, "Store",
-      "An open item store file (see quillon.open); a context manager that closes it.")
+      "An open item store file (see quillon.open); a context manager that closes it.");
+  store_class
       .def_property_readonly(
           "path", [](const PyStore& s) { return ToPython(s.path); }, "The file's path.")
       .def_property_readonly(
@@ -407,6 +405,8 @@ void DefineStoreClasses(py::module_& module) {
         return py::str("<quillon.Store {!r} mode={!r}{}>")
             .format(ToPython(s.path), ModeText(s.mode), s.store ? "" : " closed");
       });
+
+  DefineFrameMethods(module, store_class);
 
   module.def(
       "open",

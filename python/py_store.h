@@ -65,6 +65,12 @@ struct PyItemIterator {
   std::size_t next = 0;
 };
 
+// The selection of Store.items(): type codes, key texts (patterns), the
+// index range [start, stop) and the time range [since, until) (datetimes;
+// naive ones are UTC); None leaves a condition out.
+ItemSelection SelectionOf(py::handle types, py::handle keys, std::uint32_t start,
+                          std::optional<std::uint32_t> stop, py::handle since, py::handle until);
+
 void DefineStoreClasses(py::module_& module);
 
 }  // namespace quillon::python

@@ -7,6 +7,8 @@ packages=(
   cmake ninja-build g++ ccache git python3 python3-minimal googletest libgtest-dev libbenchmark-dev
   libcli11-dev nlohmann-json3-dev pybind11-dev python3-dev python3-pytest python3-mypy
   python3-setuptools python3-pip
+  # data frames: Store.to_pandas, quillon.dask (and their tests and benchmark)
+  python3-numpy python3-pandas python3-dask python3-distributed
   # format check, fuzzing and sanitizer runtimes
   clang clang-format libclang-rt-14-dev
   # Windows cross build and its tests under Wine

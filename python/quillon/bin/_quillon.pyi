@@ -145,6 +145,32 @@ class Store:
         since: Optional[datetime.datetime] = None,
         until: Optional[datetime.datetime] = None,
     ) -> ItemIterator: ...
+    # DataFrames (pandas ships no types here: Any).
+    def to_pandas(
+        self,
+        columns: Optional[Iterable[str]] = None,
+        types: Optional[Iterable[int]] = None,
+        keys: Optional[Iterable[str]] = None,
+        start: int = 0,
+        stop: Optional[int] = None,
+        since: Optional[datetime.datetime] = None,
+        until: Optional[datetime.datetime] = None,
+        errors: str = "raise",
+    ) -> Any: ...
+    def fields_frame(
+        self,
+        entity_or_key: str,
+        fields: Optional[Iterable[str]] = None,
+        *,
+        texts: bool = False,
+        columns: Iterable[str] = ("index", "timestamp"),
+        types: Optional[Iterable[int]] = None,
+        start: int = 0,
+        stop: Optional[int] = None,
+        since: Optional[datetime.datetime] = None,
+        until: Optional[datetime.datetime] = None,
+        errors: str = "raise",
+    ) -> Any: ...
     def add_text(self, text: str, string_type: int = 0) -> int: ...
     def copy_from(self, other: Store, index: int, preserve_timestamp: bool = True) -> int: ...
     def to_pcap(self, path: StrPath, format: str = "pcap") -> dict[str, int]: ...
@@ -154,3 +180,7 @@ def event_name(event_id: int) -> str: ...
 def event_summary(event_id: int, payload: Any) -> str: ...
 def use_database(path: StrPath) -> list[tuple[str, int]]: ...
 def database_directory() -> str: ...
+def _items_meta(columns: Optional[Iterable[str]] = None) -> Any: ...
+def _fields_meta(
+    fields: Iterable[str], texts: bool = False, columns: Iterable[str] = ("index", "timestamp")
+) -> Any: ...
