@@ -1,4 +1,4 @@
-// Read-only mapping on POSIX: the mapping object is a duplicate of the
+// Mapping on POSIX: the mapping object is a duplicate of the
 // file's descriptor (so it outlives a moved or reopened File), each view an
 // mmap of the file.
 #include "platform/mapped_file.h"
@@ -22,7 +22,7 @@ std::uint32_t AllocationGranularity() {
   return granularity;
 }
 
-std::uint32_t FileMapping::Create(const File& file) {
+std::uint32_t FileMapping::Create(const File& file, MappingAccess access) {
   Close();
   if (!file.IsOpen()) return error::kInvalidHandle;
   std::uint64_t size = 0;
@@ -32,6 +32,7 @@ std::uint32_t FileMapping::Create(const File& file) {
   if (fd < 0) return posix::WindowsError(errno);
   handle_ = fd;
   size_ = size;
+  access_ = access;
   return error::kSuccess;
 }
 
@@ -49,10 +50,11 @@ std::uint32_t FileMapping::Map(std::uint64_t offset, std::size_t length, MappedV
   view.Unmap();
   if (const std::uint32_t rc = CheckViewRange(offset, length); rc != error::kSuccess) return rc;
 
-  void* data = ::mmap(nullptr, length, PROT_READ, MAP_SHARED, static_cast<int>(handle_),
-                      static_cast<off_t>(offset));
+  const bool writable = access_ == MappingAccess::kReadWrite;
+  void* data = ::mmap(nullptr, length, writable ? PROT_READ | PROT_WRITE : PROT_READ, MAP_SHARED,
+                      static_cast<int>(handle_), static_cast<off_t>(offset));
   if (data == MAP_FAILED) return posix::WindowsError(errno);
-  view.Attach(static_cast<const std::uint8_t*>(data), length, offset);
+  view.Attach(static_cast<const std::uint8_t*>(data), length, offset, writable);
   return error::kSuccess;
 }
 
@@ -62,6 +64,7 @@ void MappedView::Unmap() {
     data_ = nullptr;
     size_ = 0;
     offset_ = 0;
+    writable_ = false;
   }
 }
 

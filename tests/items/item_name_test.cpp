@@ -45,7 +45,7 @@ TEST_F(ItemNameTest, NamesFromTheTableOfEachType) {
       {{0, 19}, false, u"Bad Command Response"}};
   // clang-format on
   for (const auto& [key, with_key, name] : rows) {
-    EXPECT_EQ(Name(key, with_key), name) << testing::PrintToString(key.Elements());
+    EXPECT_EQ(Name(key, with_key), name) << testing::PrintToString(key.ToVector());
   }
   AddItem(db_, DbItemTable::kEvent, 7, 0, u"");
   EXPECT_EQ(Name({4, 7}), u"Unknown");  // an empty name is no name

@@ -13,7 +13,7 @@
 namespace quillon {
 namespace {
 
-std::string Show(const ItemKey& key) { return testing::PrintToString(key.Elements()); }
+std::string Show(const ItemKey& key) { return testing::PrintToString(key.ToVector()); }
 
 const char16_t* const kTypeTexts[] = {u"MALFORMED", u"DIAG RX",   u"DIAG TX",  u"GPS",
                                       u"EVENT",     u"LOG",       u"MSG",      u"STRING",
