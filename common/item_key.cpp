@@ -12,6 +12,16 @@ void ItemKey::AppendToHeap(std::uint32_t value) {
   ++size_;
 }
 
+int ItemKey::Compare(const ItemKey& other) const {
+  const std::uint32_t* a = data();
+  const std::uint32_t* b = other.data();
+  for (std::size_t i = 0; i < size_ && i < other.size_; ++i) {
+    if (a[i] != b[i]) return a[i] < b[i] ? -1 : 1;
+  }
+  if (size_ == other.size_) return 0;
+  return size_ < other.size_ ? -1 : 1;
+}
+
 bool ItemKey::IsValid() const {
   if (size_ == 0) return false;
   const std::size_t n = size_;

@@ -2,7 +2,6 @@
 // type code and whose further elements identify the item within its type.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <compare>
 #include <cstddef>
@@ -60,17 +59,16 @@ class ItemKey {
   // Whether the key's length and element ranges suit its type (element 0).
   bool IsValid() const;
 
-  friend bool operator==(const ItemKey& a, const ItemKey& b) {
-    return std::ranges::equal(a.Elements(), b.Elements());
-  }
+  // Element by element, a shorter key first when it is a prefix of the other.
+  friend bool operator==(const ItemKey& a, const ItemKey& b) { return a.Compare(b) == 0; }
   friend std::strong_ordering operator<=>(const ItemKey& a, const ItemKey& b) {
-    return std::lexicographical_compare_three_way(a.data(), a.data() + a.size_, b.data(),
-                                                  b.data() + b.size_);
+    return a.Compare(b) <=> 0;
   }
 
  private:
   static constexpr std::size_t kInlineSize = 6;
   void AppendToHeap(std::uint32_t value);
+  int Compare(const ItemKey& other) const;  // <0, 0, >0
   const std::uint32_t* data() const { return size_ <= kInlineSize ? inline_.data() : heap_.data(); }
 
   std::uint32_t size_ = 0;

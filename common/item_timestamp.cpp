@@ -12,6 +12,23 @@ constexpr double kDaysPerMillisecond = 1.1574074074074074e-8;
 
 }  // namespace
 
+std::uint64_t ItemTimestamp::ToFileTime() const {
+  // Whole ticks and the fraction are converted separately, so the fraction
+  // alone is truncated: 49151/49152 of a tick gives 12499, never 12500.
+  const std::uint64_t whole = (Ticks() + kEpochTicks) * kFileTimePerTick;
+  const std::uint64_t part =
+      static_cast<std::uint64_t>(Fraction()) * kFileTimePerTick / kFractionsPerTick;
+  return whole + part;
+}
+
+ItemTimestamp ItemTimestamp::FromFileTime(std::uint64_t file_time) {
+  if (file_time < kEpochFileTime) return ItemTimestamp(0);
+  const std::uint64_t since = file_time - kEpochFileTime;
+  const std::uint64_t ticks = since / kFileTimePerTick;
+  const std::uint64_t rest = since % kFileTimePerTick;
+  return ItemTimestamp((ticks << 16) + rest * kFractionsPerTick / kFileTimePerTick);
+}
+
 double ItemTimestamp::ToAutomationDate() const {
   platform::SystemTime calendar;
   if (!platform::FileTimeToSystemTime(ToFileTime(), calendar)) return 0.0;

@@ -26,22 +26,9 @@ class ItemTimestamp {
   constexpr std::uint32_t Fraction() const { return raw_ & 0xFFFF; }
 
   // Upper 48 bits plus the epoch, times 12500, plus fraction*12500/49152.
-  std::uint64_t ToFileTime() const {
-    // Whole ticks and the fraction are converted separately, so the fraction
-    // alone is truncated: 49151/49152 of a tick gives 12499, never 12500.
-    const std::uint64_t whole = (Ticks() + kEpochTicks) * kFileTimePerTick;
-    const std::uint64_t part =
-        static_cast<std::uint64_t>(Fraction()) * kFileTimePerTick / kFractionsPerTick;
-    return whole + part;
-  }
+  std::uint64_t ToFileTime() const;
   // File times before the epoch give 0.
-  static ItemTimestamp FromFileTime(std::uint64_t file_time) {
-    if (file_time < kEpochFileTime) return ItemTimestamp(0);
-    const std::uint64_t since = file_time - kEpochFileTime;
-    const std::uint64_t ticks = since / kFileTimePerTick;
-    const std::uint64_t rest = since % kFileTimePerTick;
-    return ItemTimestamp((ticks << 16) + rest * kFractionsPerTick / kFileTimePerTick);
-  }
+  static ItemTimestamp FromFileTime(std::uint64_t file_time);
   // Milliseconds since 1601-01-01 (file time / 10000) and back.
   std::uint64_t ToMilliseconds() const { return ToFileTime() / 10000; }
   static ItemTimestamp FromMilliseconds(std::uint64_t ms) { return FromFileTime(ms * 10000); }

@@ -234,8 +234,7 @@ void ItemStoreFile::Recover(std::u16string_view path, bool read_only, ProgressSi
   try {
     const std::uint64_t size = FileSize();
     std::array<std::uint8_t, kMagicSize> magic{};
-    const bool has_magic = size >= kMagicSize &&
-                           file_.ReadAt(0, magic.data(), magic.size()) == 0 &&
+    const bool has_magic = size >= kMagicSize && file_.ReadAt(0, magic.data(), magic.size()) == 0 &&
                            LoadLE32(magic.data()) == kMagic;
     if (size <= kFirstBlockOffset + kBlockSize) {
       throw cMISException(kMisCategorySystem, mis::kBadArguments, {},
@@ -382,8 +381,8 @@ Entry ItemStoreFile::ReadEntry(std::uint32_t block, std::uint32_t slot) const {
     const std::uint32_t count = std::min(kWindowEntries, kItemsPerBlock - first);
     std::size_t got = 0;
     const std::uint32_t error =
-        file_.ReadAt(blocks_[block].offset + std::uint64_t{first} * kEntrySize, window_.bytes.data(),
-                     std::size_t{count} * kEntrySize, &got);
+        file_.ReadAt(blocks_[block].offset + std::uint64_t{first} * kEntrySize,
+                     window_.bytes.data(), std::size_t{count} * kEntrySize, &got);
     if (error != 0 && error != platform::error::kHandleEof) Throw(error);
     const auto whole = static_cast<std::uint32_t>(got / kEntrySize);
     if (slot - first >= whole) Throw(mis::kInvalidData);
@@ -474,6 +473,7 @@ bool ItemStoreFile::MapLastIndex() {
   const auto last = static_cast<std::uint32_t>(blocks_.size() - 1);
   if (index_bytes_ != nullptr && index_view_block_ == last) return true;
   UnmapIndex();
+  if (index_writes_ == IndexWrites::kWriteCalls) return false;
   // A new mapping per block: a mapping covers the file as it was when made.
   const std::uint64_t offset = blocks_[last].offset;
   const std::uint64_t granularity = platform::AllocationGranularity();
@@ -528,8 +528,9 @@ void ItemStoreFile::ClearEntry(std::uint32_t slot) {
     std::copy_n(zero.data(), zero.size(),
                 index_bytes_ + std::uint64_t{slot} * kEntrySize + kEntryLengthOffset);
   } else {
-    Check(file_.WriteAt(blocks_.back().offset + std::uint64_t{slot} * kEntrySize + kEntryLengthOffset,
-                        zero.data(), zero.size()));
+    Check(
+        file_.WriteAt(blocks_.back().offset + std::uint64_t{slot} * kEntrySize + kEntryLengthOffset,
+                      zero.data(), zero.size()));
   }
   window_.count = 0;
 }

@@ -33,6 +33,11 @@
 
 namespace quillon {
 
+// How appends store index entries: through a writable mapping of the last
+// block's index (no system call per entry), or with positioned writes (for
+// file systems where mapping is unwanted, and for tests that cut writes).
+enum class IndexWrites { kMapped, kWriteCalls };
+
 struct ItemStoreFileInfo {
   std::u16string path;  // empty when the file is not open
   bool temporary = false;
@@ -107,6 +112,7 @@ class ItemStoreFile {
 
   // Non-virtual settings and state.
   void SetKeep(bool keep) { keep_ = keep; }
+  void SetIndexWrites(IndexWrites how) { index_writes_ = how; }
   bool IsKept() const { return keep_; }
   void SetTemporaryDirectory(std::u16string directory) { temp_dir_ = std::move(directory); }
   const std::u16string& TemporaryDirectory() const { return temp_dir_; }
@@ -212,6 +218,7 @@ class ItemStoreFile {
   // (after opening, starting a block or writing the trailer).
   std::uint64_t append_end_ = 0;
   std::u16string temp_dir_;
+  IndexWrites index_writes_ = IndexWrites::kMapped;
 };
 
 }  // namespace quillon
