@@ -65,7 +65,9 @@ class MappedView {
   const std::uint8_t* data() const { return data_; }
   // The same bytes for storing; null unless the view was mapped from a
   // writable mapping.
-  std::uint8_t* writable_data() const { return writable_ ? const_cast<std::uint8_t*>(data_) : nullptr; }
+  std::uint8_t* writable_data() const {
+    return writable_ ? const_cast<std::uint8_t*>(data_) : nullptr;
+  }
   std::size_t size() const { return size_; }
   std::uint64_t offset() const { return offset_; }
   bool IsMapped() const { return data_ != nullptr; }

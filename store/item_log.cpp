@@ -45,7 +45,8 @@ std::uint32_t LogPacketItem::GetDLFBuffer(std::uint8_t* out, std::uint32_t capac
   return WriteDlfRaw(out, capacity, ReadPayload(*this).Bytes().subspan(kDlfOffset));
 }
 
-LogItem::LogItem(ItemBufferRef buffer, ItemTimestamp received) : LogPacketItem(kItemLog, std::move(buffer), received) {}
+LogItem::LogItem(ItemBufferRef buffer, ItemTimestamp received)
+    : LogPacketItem(kItemLog, std::move(buffer), received) {}
 
 void LogItem::GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
                        const ItemRenderServices* services) const {

@@ -21,12 +21,9 @@ std::uint32_t FileMapping::Create(const File& file, MappingAccess access) {
   std::uint64_t size = 0;
   if (const std::uint32_t rc = file.Size(size); rc != error::kSuccess) return rc;
   if (size == 0) return ERROR_FILE_INVALID;
-  const HANDLE section = ::CreateFileMappingW(reinterpret_cast<HANDLE>(file.NativeHandle()),
-                                              nullptr,
-                                              access == MappingAccess::kReadWrite
-                                                  ? PAGE_READWRITE
-                                                  : PAGE_READONLY,
-                                              0, 0, nullptr);
+  const HANDLE section = ::CreateFileMappingW(
+      reinterpret_cast<HANDLE>(file.NativeHandle()), nullptr,
+      access == MappingAccess::kReadWrite ? PAGE_READWRITE : PAGE_READONLY, 0, 0, nullptr);
   if (section == nullptr) return ::GetLastError();
   handle_ = reinterpret_cast<std::intptr_t>(section);
   size_ = size;
@@ -49,9 +46,9 @@ std::uint32_t FileMapping::Map(std::uint64_t offset, std::size_t length, MappedV
   if (const std::uint32_t rc = CheckViewRange(offset, length); rc != error::kSuccess) return rc;
 
   const bool writable = access_ == MappingAccess::kReadWrite;
-  void* data = ::MapViewOfFile(reinterpret_cast<HANDLE>(handle_),
-                               writable ? FILE_MAP_READ | FILE_MAP_WRITE : FILE_MAP_READ,
-                               static_cast<DWORD>(offset >> 32), static_cast<DWORD>(offset), length);
+  void* data = ::MapViewOfFile(
+      reinterpret_cast<HANDLE>(handle_), writable ? FILE_MAP_READ | FILE_MAP_WRITE : FILE_MAP_READ,
+      static_cast<DWORD>(offset >> 32), static_cast<DWORD>(offset), length);
   if (data == nullptr) return ::GetLastError();
   view.Attach(static_cast<const std::uint8_t*>(data), length, offset, writable);
   return error::kSuccess;
