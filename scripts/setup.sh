@@ -8,7 +8,7 @@ packages=(
   libcli11-dev nlohmann-json3-dev pybind11-dev python3-dev python3-pytest python3-mypy
   python3-setuptools python3-pip
   # format check, fuzzing and sanitizer runtimes
-  clang clang-format libclang-rt-14-dev
+  clang clang-format libclang-rt-14-dev libtsan2
   # Windows cross build and its tests under Wine
   mingw-w64 mingw-w64-tools g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix
   binutils-mingw-w64-x86-64 wine wine64 libwine-dev
