@@ -176,7 +176,7 @@ void BM_DbLoadAnsi(benchmark::State& state) { Load(state, Database().ansi, Datab
 void BM_BundledDatabaseStartUp(benchmark::State& state) {
   const std::u16string dir = (std::filesystem::path(QUILLON_SOURCE_DIR) / "Database").u16string();
   for (auto _ : state) {
-    Database db;
+    quillon::Database db;
     benchmark::DoNotOptimize(db.Load(dir, true));
   }
 }
