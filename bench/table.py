@@ -32,7 +32,7 @@ def text(results, name):
     return open(path).read().split() if os.path.exists(path) else []
 
 
-def main(results, big=None):
+def main(results, big=""):
     out = []
 
     def add(area, what, rate, unit, extra=""):

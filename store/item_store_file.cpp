@@ -306,6 +306,8 @@ void ItemStoreFile::Close() {
   }
   const bool remove = temporary_ && !keep_;
   const std::u16string path = path_;
+  // Views first: a file with a mapped view cannot be deleted on Windows.
+  UnmapIndex();
   file_.Close();
   if (remove) platform::DeleteFilePath(path);
   Reset();

@@ -29,12 +29,15 @@ TEST(ItemStoreThreads, AddFetchCountAndRenderAtOnce) {
   file->Create(temp.u16());
   ASSERT_TRUE(store.AttachFile(std::move(file), 0, u""));
 
+  std::atomic<bool> go{false};  // every thread starts at once
   std::atomic<std::uint32_t> adders_left{kAdders};
   std::atomic<std::uint32_t> failures{0};
   std::atomic<std::uint64_t> rendered{0};
   std::vector<std::thread> threads;
   for (std::uint32_t a = 0; a < kAdders; ++a) {
     threads.emplace_back([&, a] {
+      while (!go.load()) {
+      }
       for (std::uint32_t i = 0; i < kAddsEach; ++i) {
         if (i % 2 == 0) {
           store.AddStringItem(u"line " + std::u16string(1, static_cast<char16_t>(u'a' + a)), a,
@@ -50,7 +53,10 @@ TEST(ItemStoreThreads, AddFetchCountAndRenderAtOnce) {
   for (std::uint32_t r = 0; r < 2; ++r) {
     threads.emplace_back([&, r] {
       std::mt19937 rng(r);
-      while (adders_left.load() > 0) {
+      while (!go.load()) {
+      }
+      // Until the adders are done, and at least a few hundred items each.
+      for (std::uint32_t mine = 0; adders_left.load() > 0 || mine < 300;) {
         const std::uint32_t count = store.GetItemCount();
         if (count == 0) continue;
         const ItemPtr item = store.GetItem(static_cast<std::uint32_t>(rng() % count));
@@ -63,10 +69,13 @@ TEST(ItemStoreThreads, AddFetchCountAndRenderAtOnce) {
           ++failures;
         }
         ++rendered;
+        ++mine;
       }
     });
   }
   threads.emplace_back([&] {
+    while (!go.load()) {
+    }
     std::uint32_t last = 0;
     while (adders_left.load() > 0) {
       const std::uint32_t now = store.GetItemCount();
@@ -74,10 +83,11 @@ TEST(ItemStoreThreads, AddFetchCountAndRenderAtOnce) {
       last = now;
     }
   });
+  go.store(true);
   for (std::thread& t : threads) t.join();
 
   EXPECT_EQ(failures.load(), 0u);
-  EXPECT_GT(rendered.load(), 0u);
+  EXPECT_GE(rendered.load(), 600u);
   ASSERT_EQ(store.GetItemCount(), kAdders * kAddsEach);
   // Every add landed once: each adder's string and request items are all
   // there, whatever the interleaving.
