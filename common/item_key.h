@@ -33,8 +33,9 @@ inline constexpr std::uint32_t kItemTypeCount = 11;
 class ItemKey {
  public:
   ItemKey() = default;
-  ItemKey(std::initializer_list<std::uint32_t> elements)
-      : ItemKey(std::span<const std::uint32_t>(elements.begin(), elements.size())) {}
+  ItemKey(std::initializer_list<std::uint32_t> elements) {
+    for (std::uint32_t value : elements) Append(value);
+  }
   explicit ItemKey(std::span<const std::uint32_t> elements);
   explicit ItemKey(const std::vector<std::uint32_t>& elements)
       : ItemKey(std::span<const std::uint32_t>(elements)) {}

@@ -329,7 +329,7 @@ void ItemStoreFile::WriteTrailer() {
   Check(file_.WriteAt(end, trailer.data(), trailer.size()));
 }
 
-void ItemStoreFile::WalkBlocks(std::uint32_t wanted) const {
+void ItemStoreFile::WalkMoreBlocks(std::uint32_t wanted) const {
   while (blocks_.size() < wanted && walk_next_ != 0) {
     const std::uint64_t offset = walk_next_;
     if (offset + kBlockSize > data_end_) Throw(mis::kInvalidData);

@@ -139,7 +139,9 @@ class ItemStoreFile {
   // A read-only open reads only the trailer and the first block: the rest
   // of the chain is walked as reads reach it, so opening costs the same for
   // any number of items.
-  void WalkBlocks(std::uint32_t wanted) const;
+  void WalkBlocks(std::uint32_t wanted) const {
+    if (blocks_.size() < wanted) WalkMoreBlocks(wanted);
+  }
   // Number of blocks in the table now (without walking).
   std::uint32_t WalkedBlocks() const { return static_cast<std::uint32_t>(blocks_.size()); }
   // Number of entries written in block `block`.
@@ -164,6 +166,7 @@ class ItemStoreFile {
   }
 
  private:
+  void WalkMoreBlocks(std::uint32_t wanted) const;
   // Index entries read together by the read-write class: one positioned
   // read serves this many neighbouring items.
   static constexpr std::uint32_t kWindowEntries = 512;
