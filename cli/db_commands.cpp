@@ -155,7 +155,8 @@ void AddDbCommands(CLI::App& app) {
   check->callback([options] { RunCheck(*options); });
 
   auto* save = db->add_subcommand(
-      "save", "Load DIR and write every writable table into OUT (exit 1 when loading reported errors)");
+      "save",
+      "Load DIR and write every writable table into OUT (exit 1 when loading reported errors)");
   save->add_option("DIR", options->directory, "Database directory")->required();
   save->add_option("OUT", options->output, "Output directory (created when missing)")->required();
   save->add_flag("--no-descriptions", options->no_descriptions, "Do not load Description.txt");
