@@ -172,7 +172,17 @@ void BM_DbLoadUtf16(benchmark::State& state) {
 }
 void BM_DbLoadAnsi(benchmark::State& state) { Load(state, Database().ansi, Database().ansi_bytes); }
 
+// Start-up with the bundled database: what loading the library costs.
+void BM_BundledDatabaseStartUp(benchmark::State& state) {
+  const std::u16string dir = (std::filesystem::path(QUILLON_SOURCE_DIR) / "Database").u16string();
+  for (auto _ : state) {
+    quillon::Database db;
+    benchmark::DoNotOptimize(db.Load(dir, true));
+  }
+}
+
 BENCHMARK(BM_DbLoadUtf16)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_BundledDatabaseStartUp)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_DbLoadAnsi)->Unit(benchmark::kMillisecond);
 
 }  // namespace

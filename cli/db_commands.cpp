@@ -108,6 +108,12 @@ void RunSave(const DbOptions& options) {
     std::cerr << "quillon: db save " << o.output << ": not every table could be written\n";
     throw ExitStatus{1};
   }
+  // The repaired tables are written, but a load with errors is no success.
+  if (sink.errors() != 0) {
+    std::cerr << "quillon: db save " << o.output << ": written, but loading " << o.directory
+              << " reported " << sink.errors() << " error(s)\n";
+    throw ExitStatus{1};
+  }
 }
 
 void RunStats(const DbOptions& options) {
@@ -148,7 +154,9 @@ void AddDbCommands(CLI::App& app) {
                   "Do not load Description.txt (as the library does at start-up)");
   check->callback([options] { RunCheck(*options); });
 
-  auto* save = db->add_subcommand("save", "Load DIR and write every writable table into OUT");
+  auto* save = db->add_subcommand(
+      "save",
+      "Load DIR and write every writable table into OUT (exit 1 when loading reported errors)");
   save->add_option("DIR", options->directory, "Database directory")->required();
   save->add_option("OUT", options->output, "Output directory (created when missing)")->required();
   save->add_flag("--no-descriptions", options->no_descriptions, "Do not load Description.txt");

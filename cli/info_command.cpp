@@ -75,7 +75,7 @@ void RunInfo(const std::string& path) {
       if (!first || t < *first) first = t;
       if (!last || *last < t) last = t;
       ++per_type[std::min(read.item->TypeCode(), kItemTypeCount)];
-      KeyCount& key = per_key[read.item->Key().Elements()];
+      KeyCount& key = per_key[read.item->Key().ToVector()];
       if (key.count++ == 0) {
         const CAutoColorItem item(opened.store, std::move(read.item));
         key = {ToUtf8(item.GetItemTypeText()), ToUtf8(item.GetItemKeyText()),

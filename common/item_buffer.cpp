@@ -1,21 +1,9 @@
 #include "common/item_buffer.h"
 
 #include <cstring>
-#include <mutex>
+#include <new>
 
 namespace quillon {
-
-namespace {
-
-// One lock for every buffer's count. Counts change only when items are
-// made, copied or destroyed, so contention is low and a single lock keeps
-// the count and the delete decision trivially consistent.
-std::mutex& CountLock() {
-  static std::mutex lock;
-  return lock;
-}
-
-}  // namespace
 
 ItemBuffer::ItemBuffer(const void* data, std::size_t length) {
   if (data == nullptr || length < 1 || length > kMaxItemPayload) return;
@@ -24,41 +12,53 @@ ItemBuffer::ItemBuffer(const void* data, std::size_t length) {
   length_ = static_cast<std::uint32_t>(length);
 }
 
-ItemBuffer::~ItemBuffer() { delete[] data_; }
+ItemBuffer::ItemBuffer(InlineTag, const void* data, std::uint32_t length)
+    : data_(reinterpret_cast<std::uint8_t*>(this + 1)), length_(length), inline_bytes_(true) {
+  std::memcpy(data_, data, length);
+}
+
+ItemBuffer::~ItemBuffer() {
+  if (!inline_bytes_) delete[] data_;
+}
+
+void ItemBuffer::Destroy(ItemBuffer* buffer) {
+  if (!buffer->inline_bytes_) {
+    delete buffer;
+    return;
+  }
+  buffer->~ItemBuffer();
+  ::operator delete(static_cast<void*>(buffer));
+}
 
 ItemBufferRef ItemBufferRef::Adopt(ItemBuffer* buffer) {
   ItemBufferRef ref;
   if (buffer == nullptr) return ref;
   if (!buffer->IsValid()) {
-    // Nobody can reference a fresh buffer yet, so an invalid one is simply
-    // discarded and the holder stays empty.
-    bool unreferenced;
-    {
-      std::lock_guard<std::mutex> guard(CountLock());
-      unreferenced = buffer->ref_count_ == 0;
-    }
-    if (unreferenced) delete buffer;
+    if (buffer->ref_count_.load(std::memory_order_acquire) == 0) ItemBuffer::Destroy(buffer);
     return ref;
   }
-  {
-    std::lock_guard<std::mutex> guard(CountLock());
-    ++buffer->ref_count_;
-  }
+  buffer->ref_count_.fetch_add(1, std::memory_order_relaxed);
   ref.buffer_ = buffer;
   ref.valid_ = true;
   return ref;
 }
 
 ItemBufferRef ItemBufferRef::Make(const void* data, std::size_t length) {
-  return Adopt(new ItemBuffer(data, length));
+  if (data == nullptr || length < 1 || length > kMaxItemPayload) return {};
+  void* memory = ::operator new(sizeof(ItemBuffer) + length);
+  // Nobody else can see the new buffer yet: its first reference needs no
+  // atomic increment.
+  ItemBufferRef ref;
+  ref.buffer_ =
+      new (memory) ItemBuffer(ItemBuffer::InlineTag{}, data, static_cast<std::uint32_t>(length));
+  ref.buffer_->ref_count_.store(1, std::memory_order_relaxed);
+  ref.valid_ = true;
+  return ref;
 }
 
 ItemBufferRef::ItemBufferRef(const ItemBufferRef& other) {
   if (!other.valid_) return;
-  {
-    std::lock_guard<std::mutex> guard(CountLock());
-    ++other.buffer_->ref_count_;
-  }
+  other.buffer_->ref_count_.fetch_add(1, std::memory_order_relaxed);
   buffer_ = other.buffer_;
   valid_ = true;
 }
@@ -70,40 +70,20 @@ ItemBufferRef& ItemBufferRef::operator=(const ItemBufferRef& other) {
   return *this;
 }
 
-ItemBufferRef::ItemBufferRef(ItemBufferRef&& other) noexcept
-    : buffer_(other.buffer_), valid_(other.valid_) {
-  other.buffer_ = nullptr;
-  other.valid_ = false;
-}
-
-ItemBufferRef& ItemBufferRef::operator=(ItemBufferRef&& other) noexcept {
-  if (this == &other) return *this;
-  Release();
-  buffer_ = other.buffer_;
-  valid_ = other.valid_;
-  other.buffer_ = nullptr;
-  other.valid_ = false;
-  return *this;
-}
-
-ItemBufferRef::~ItemBufferRef() { Release(); }
-
 std::uint32_t ItemBufferRef::RefCount() const {
   if (!valid_) return 0;
-  std::lock_guard<std::mutex> guard(CountLock());
-  return buffer_->ref_count_;
+  return buffer_->ref_count_.load(std::memory_order_acquire);
 }
 
 void ItemBufferRef::Release() {
   if (!valid_) return;
-  bool last;
-  {
-    std::lock_guard<std::mutex> guard(CountLock());
-    last = --buffer_->ref_count_ == 0;
+  // A sole holder deletes without an atomic decrement: nobody else can take
+  // a reference, since taking one needs a holder to copy from. Otherwise the
+  // last holder sees every other holder's release before it deletes.
+  if (buffer_->ref_count_.load(std::memory_order_acquire) == 1 ||
+      buffer_->ref_count_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    ItemBuffer::Destroy(buffer_);
   }
-  // The last holder is the only one left that can see the buffer, so it
-  // may be deleted outside the lock.
-  if (last) delete buffer_;
   buffer_ = nullptr;
   valid_ = false;
 }

@@ -2,11 +2,32 @@
 
 namespace quillon {
 
+ItemKey::ItemKey(std::span<const std::uint32_t> elements) {
+  for (std::uint32_t value : elements) Append(value);
+}
+
+void ItemKey::AppendToHeap(std::uint32_t value) {
+  if (size_ == kInlineSize) heap_.assign(inline_.begin(), inline_.end());
+  heap_.push_back(value);
+  ++size_;
+}
+
+int ItemKey::Compare(const ItemKey& other) const {
+  const std::uint32_t* a = data();
+  const std::uint32_t* b = other.data();
+  for (std::size_t i = 0; i < size_ && i < other.size_; ++i) {
+    if (a[i] != b[i]) return a[i] < b[i] ? -1 : 1;
+  }
+  if (size_ == other.size_) return 0;
+  return size_ < other.size_ ? -1 : 1;
+}
+
 bool ItemKey::IsValid() const {
-  if (elements_.empty()) return false;
-  const std::size_t n = elements_.size();
-  const auto at_most = [&](std::size_t i, std::uint32_t bound) { return elements_[i] <= bound; };
-  switch (elements_[0]) {
+  if (size_ == 0) return false;
+  const std::size_t n = size_;
+  const std::uint32_t* elements = data();
+  const auto at_most = [&](std::size_t i, std::uint32_t bound) { return elements[i] <= bound; };
+  switch (elements[0]) {
     case kItemMalformed:
       return true;
     case kItemDiagRx:

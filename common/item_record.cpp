@@ -5,9 +5,12 @@
 namespace quillon {
 
 ItemRecord::ItemRecord(std::uint32_t type_code, const ItemBufferRef& buffer)
+    : ItemRecord(type_code, buffer, ItemTimestamp::Now()) {}
+
+ItemRecord::ItemRecord(std::uint32_t type_code, ItemBufferRef buffer, ItemTimestamp received)
     : type_code_(type_code),
-      timestamp_(ItemTimestamp::Now()),
-      buffer_(buffer.IsValid() ? buffer : ItemBufferRef()) {}
+      timestamp_(received),
+      buffer_(buffer.IsValid() ? std::move(buffer) : ItemBufferRef()) {}
 
 std::uint32_t ItemRecord::GetDLFBuffer(std::uint8_t*, std::uint32_t) const { return 0; }
 

@@ -100,6 +100,9 @@ class ItemRecord {
   // Copies the header fields and takes a reference to the buffer (an
   // invalid buffer is dropped); the generic timestamp starts as "now".
   ItemRecord(std::uint32_t type_code, const ItemBufferRef& buffer);
+  // The same with the generic timestamp given: the item factory passes the
+  // stored time, which replaces "now" anyway, and so skips reading the clock.
+  ItemRecord(std::uint32_t type_code, ItemBufferRef buffer, ItemTimestamp received);
 
   std::uint32_t type_code_;
   std::uint32_t color_ = 0;

@@ -214,7 +214,13 @@ std::optional<std::uint32_t> Database::FindUserItemColor(const ItemKey& key) con
   // The whole key first, then ever shorter prefixes down to the type code
   // alone: a colour for (5) colours every log, one for (5, 0x1234) only
   // that log code.
-  std::vector<std::uint32_t> items = key.Elements();
+  {
+    std::lock_guard lock(colors_mutex_);
+    if (!colors_loaded_) LoadUserItemColorsLocked();
+    // Most databases colour nothing: no key needs to be copied then.
+    if (user_colors_.empty()) return std::nullopt;
+  }
+  std::vector<std::uint32_t> items = key.ToVector();
   while (!items.empty()) {
     if (const auto color = FindUserItemColor(items)) return color;
     items.pop_back();

@@ -1,5 +1,6 @@
 // Opens arbitrary bytes as an item store file through every path a client
-// can take (mapped read-only, read-write, recovery) and reads every item.
+// can take (mapped read-only, read-write, recovery in memory and for
+// writing) and reads every item.
 // Any input must end in items or a cMISException, never a crash or a read
 // outside the file.
 #include <cstddef>
@@ -26,15 +27,14 @@ void ReadAll(quillon::ItemStoreFile& file) {
   }
 }
 
-void TryOpen(const std::filesystem::path& path, const std::string& bytes, bool read_only,
-             bool allow_recover) {
+void TryOpen(const std::filesystem::path& path, const std::string& bytes,
+             const quillon::IsfOpenOptions& options) {
   {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   }
   try {
-    auto file = quillon::OpenItemStoreFile(
-        path.u16string(), {.read_only = read_only, .allow_recover = allow_recover});
+    auto file = quillon::OpenItemStoreFile(path.u16string(), options);
     if (file) {
       ReadAll(*file);
       file->Close();
@@ -49,7 +49,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static const std::filesystem::path path =
       std::filesystem::temp_directory_path() / "quillon_fuzz_isf_open.isf";
   const std::string bytes(reinterpret_cast<const char*>(data), size);
-  TryOpen(path, bytes, /*read_only=*/true, /*allow_recover=*/false);
-  TryOpen(path, bytes, /*read_only=*/false, /*allow_recover=*/true);
+  TryOpen(path, bytes, {.read_only = true, .allow_recover = false});
+  TryOpen(path, bytes, {.read_only = true, .allow_recover = true, .recover_in_memory = true});
+  TryOpen(path, bytes, {.read_only = false, .allow_recover = true});
   return 0;
 }

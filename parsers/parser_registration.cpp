@@ -53,6 +53,7 @@ ParserRegistration ParseRegistration(std::u16string_view text) {
   ParserRegistration registration;
   for (const std::u16string_view entry : Split(text, u',')) {
     const std::vector<std::u16string_view> fields = Split(entry, u'/');
+    if (fields.empty()) continue;  // an entry of separators only
     const std::uint32_t number = db::ToU32(fields[0], kDecimal);
     if (number < 1 || number > ParserRegistration::kKindCount) continue;
     const auto kind = static_cast<RegistrationKind>(number);

@@ -7,7 +7,7 @@ namespace quillon::platform {
 FileMapping::~FileMapping() { Close(); }
 
 FileMapping::FileMapping(FileMapping&& other) noexcept
-    : handle_(other.handle_), size_(other.size_) {
+    : handle_(other.handle_), size_(other.size_), access_(other.access_) {
   other.handle_ = -1;
   other.size_ = 0;
 }
@@ -17,6 +17,7 @@ FileMapping& FileMapping::operator=(FileMapping&& other) noexcept {
     Close();
     handle_ = other.handle_;
     size_ = other.size_;
+    access_ = other.access_;
     other.handle_ = -1;
     other.size_ = 0;
   }
@@ -34,7 +35,7 @@ std::uint32_t FileMapping::CheckViewRange(std::uint64_t offset, std::size_t& len
 MappedView::~MappedView() { Unmap(); }
 
 MappedView::MappedView(MappedView&& other) noexcept
-    : data_(other.data_), size_(other.size_), offset_(other.offset_) {
+    : data_(other.data_), size_(other.size_), offset_(other.offset_), writable_(other.writable_) {
   other.data_ = nullptr;
   other.size_ = 0;
   other.offset_ = 0;
@@ -46,6 +47,7 @@ MappedView& MappedView::operator=(MappedView&& other) noexcept {
     data_ = other.data_;
     size_ = other.size_;
     offset_ = other.offset_;
+    writable_ = other.writable_;
     other.data_ = nullptr;
     other.size_ = 0;
     other.offset_ = 0;

@@ -10,7 +10,7 @@ packages=(
   # data frames: Store.to_pandas, quillon.dask (and their tests and benchmark)
   python3-numpy python3-pandas python3-dask python3-distributed
   # format check, fuzzing and sanitizer runtimes
-  clang clang-format libclang-rt-14-dev
+  clang clang-format libclang-rt-14-dev libtsan2
   # Windows cross build and its tests under Wine
   mingw-w64 mingw-w64-tools g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix
   binutils-mingw-w64-x86-64 wine wine64 libwine-dev

@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Sets everything up and runs every test: the set-up and format checks, the
-# native build, the sanitizer build and the Windows cross build under Wine.
+# native build (with a few dozen random kills of a writing process), the
+# sanitizer build, a ThreadSanitizer run of one store used from several
+# threads, and the Windows cross build under Wine.
 # Exits non-zero on any failure.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -27,6 +29,11 @@ run_ctest "$root/build/native"
 echo "== sanitizer build and tests (ASan + UBSan)"
 "$root/scripts/build.sh" sanitize
 ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 run_ctest "$root/build/sanitize"
+
+echo "== ThreadSanitizer: one store read, added to and rendered from several threads"
+"$root/scripts/build.sh" tsan
+TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1" \
+  "$root/build/tsan/tests/store/test_store" --gtest_filter='ItemStoreThreads.*'
 
 echo "== Windows cross build and tests under Wine"
 "$root/scripts/build.sh" windows

@@ -45,9 +45,4 @@ void EncodeEntry(const Entry& entry, std::uint8_t* out) {
   StoreLE16(out + kEntryLengthOffset, entry.length);
 }
 
-Entry DecodeEntry(const std::uint8_t* in) {
-  return Entry{in[kEntryFlagsOffset], LoadLE32(in + kEntryRecordOffset),
-               LoadLE16(in + kEntryLengthOffset)};
-}
-
 }  // namespace quillon::isf

@@ -113,6 +113,10 @@ std::uint32_t EncodeRecordHeader(std::uint8_t flags, std::uint64_t ms, std::uint
 std::uint64_t DecodeRecordTime(std::uint8_t flags, std::uint64_t base_ms, const std::uint8_t* in);
 
 void EncodeEntry(const Entry& entry, std::uint8_t* out);  // 7 bytes
-Entry DecodeEntry(const std::uint8_t* in);                // 7 bytes
+// 7 bytes; inline, since every read decodes one.
+inline Entry DecodeEntry(const std::uint8_t* in) {
+  return Entry{in[kEntryFlagsOffset], LoadLE32(in + kEntryRecordOffset),
+               LoadLE16(in + kEntryLengthOffset)};
+}
 
 }  // namespace quillon::isf

@@ -51,7 +51,8 @@ std::uint32_t WriteRequestDlf(const ItemRecord& item, std::uint8_t* out, std::ui
   return WriteDlfPacket(out, capacity, kDlfCodeRequest, 0, ReadPayload(item).Bytes());
 }
 
-DiagResponseItem::DiagResponseItem(const ItemBufferRef& buffer) : ItemRecord(kItemDiagRx, buffer) {
+DiagResponseItem::DiagResponseItem(ItemBufferRef buffer, ItemTimestamp received)
+    : ItemRecord(kItemDiagRx, std::move(buffer), received) {
   key_ = CommandKey(kItemDiagRx, *this);
 }
 
@@ -71,7 +72,8 @@ bool DiagResponseItem::SetDefaultColor() {
   return true;
 }
 
-DiagRequestItem::DiagRequestItem(const ItemBufferRef& buffer) : ItemRecord(kItemDiagTx, buffer) {
+DiagRequestItem::DiagRequestItem(ItemBufferRef buffer, ItemTimestamp received)
+    : ItemRecord(kItemDiagTx, std::move(buffer), received) {
   key_ = CommandKey(kItemDiagTx, *this);
 }
 

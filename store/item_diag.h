@@ -29,7 +29,7 @@ std::uint32_t WriteRequestDlf(const ItemRecord& item, std::uint8_t* out, std::ui
 
 class DiagResponseItem final : public ItemRecord {
  public:
-  explicit DiagResponseItem(const ItemBufferRef& buffer);
+  explicit DiagResponseItem(ItemBufferRef buffer, ItemTimestamp received = ItemTimestamp::Now());
 
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
   std::uint32_t GetHeaderLength() const override { return buffer_.IsValid() ? 1 : 0; }
@@ -45,7 +45,7 @@ class DiagResponseItem final : public ItemRecord {
 
 class DiagRequestItem final : public ItemRecord {
  public:
-  explicit DiagRequestItem(const ItemBufferRef& buffer);
+  explicit DiagRequestItem(ItemBufferRef buffer, ItemTimestamp received = ItemTimestamp::Now());
 
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
   std::uint32_t GetHeaderLength() const override { return buffer_.IsValid() ? 1 : 0; }

@@ -11,7 +11,8 @@ namespace {
 constexpr std::uint32_t kColorEvent = 0xFFFFFF;
 }  // namespace
 
-EventItem::EventItem(const ItemBufferRef& buffer) : ItemRecord(kItemEvent, buffer) {
+EventItem::EventItem(ItemBufferRef buffer, ItemTimestamp received)
+    : ItemRecord(kItemEvent, std::move(buffer), received) {
   const PayloadReader r = ReadPayload(*this);
   record_ = ParseEventRecord(r.Bytes());
   key_ = ItemKey{kItemEvent};

@@ -38,7 +38,7 @@ namespace quillon {
 
 class EventItem final : public ItemRecord {
  public:
-  explicit EventItem(const ItemBufferRef& buffer);
+  explicit EventItem(ItemBufferRef buffer, ItemTimestamp received = ItemTimestamp::Now());
 
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
   std::uint32_t GetHeaderLength() const override;

@@ -1,6 +1,7 @@
 #include "store/item_factory.h"
 
 #include <array>
+#include <utility>
 
 #include "store/internal/item_payload.h"
 #include "store/item_classes.h"
@@ -13,30 +14,32 @@ constexpr std::array<std::uint32_t, 12> kFixedOtaLogCodes = {
     0x1076, 0x1077, 0x1078, 0x1079, 0x107C, 0x1085, 0x1086, 0x412F, 0x512F, 0x5226, 0x5230, 0x713A,
 };
 
-ItemPtr MakeItem(std::uint32_t type_code, const ItemBufferRef& buffer) {
+// `received` is the generic timestamp the item will carry: CreateItem sets it
+// last in any case, so the constructors need not read the clock.
+ItemPtr MakeItem(std::uint32_t type_code, ItemBufferRef&& buffer, ItemTimestamp received) {
   switch (type_code) {
     case kItemMalformed:
-      return std::make_unique<MalformedItem>(buffer);
+      return std::make_unique<MalformedItem>(std::move(buffer), received);
     case kItemDiagRx:
-      return std::make_unique<DiagResponseItem>(buffer);
+      return std::make_unique<DiagResponseItem>(std::move(buffer), received);
     case kItemDiagTx:
-      return std::make_unique<DiagRequestItem>(buffer);
+      return std::make_unique<DiagRequestItem>(std::move(buffer), received);
     case kItemGps:
-      return std::make_unique<GpsItem>(buffer);
+      return std::make_unique<GpsItem>(std::move(buffer), received);
     case kItemEvent:
-      return std::make_unique<EventItem>(buffer);
+      return std::make_unique<EventItem>(std::move(buffer), received);
     case kItemLog:
-      return std::make_unique<LogItem>(buffer);
+      return std::make_unique<LogItem>(std::move(buffer), received);
     case kItemMsg:
-      return std::make_unique<MessageItem>(buffer);
+      return std::make_unique<MessageItem>(std::move(buffer), received);
     case kItemString:
-      return std::make_unique<StringItem>(buffer);
+      return std::make_unique<StringItem>(std::move(buffer), received);
     case kItemOtaLog:
-      return std::make_unique<OtaLogItem>(buffer);
+      return std::make_unique<OtaLogItem>(std::move(buffer), received);
     case kItemSubsysRx:
-      return std::make_unique<SubsysResponseItem>(buffer);
+      return std::make_unique<SubsysResponseItem>(std::move(buffer), received);
     case kItemSubsysTx:
-      return std::make_unique<SubsysRequestItem>(buffer);
+      return std::make_unique<SubsysRequestItem>(std::move(buffer), received);
     default:
       return nullptr;
   }
@@ -51,7 +54,7 @@ bool IsOtaLogCode(std::uint32_t log_code, const ItemDatabaseView& database) {
   return database.IsOtaLogCode(log_code);
 }
 
-ItemPtr CreateItem(const ItemRecord::Header& header, const ItemBufferRef& buffer, bool validate,
+ItemPtr CreateItem(const ItemRecord::Header& header, ItemBufferRef buffer, bool validate,
                    const ItemDatabaseView& database) {
   if (header.type_code >= kItemTypeCount || !buffer.IsValid()) return nullptr;
 
@@ -61,10 +64,12 @@ ItemPtr CreateItem(const ItemRecord::Header& header, const ItemBufferRef& buffer
     if (code && IsOtaLogCode(*code, database)) type_code = kItemOtaLog;
   }
 
-  ItemPtr item = MakeItem(type_code, buffer);
+  ItemPtr item = MakeItem(type_code, std::move(buffer), header.timestamp);
   if (validate && !item->IsValid()) {
     if (type_code == kItemGps || type_code == kItemString) return nullptr;
-    item = std::make_unique<MalformedItem>(buffer);
+    ItemBufferRef same = item->Buffer();
+    item.reset();
+    item = std::make_unique<MalformedItem>(std::move(same), ItemTimestamp(0));
     item->SetColor(kColorRed);
     item->SetAuxValue(0xFFFFFFFF);
     item->SetTimestamp(ItemTimestamp(0));

@@ -13,7 +13,7 @@ namespace quillon {
 // With `validate`, an invalid item degrades to MALFORMED (GPS and STRING
 // give null instead). The default colour is set, then the header's
 // timestamp replaces the creation time. Never throws except std::bad_alloc.
-ItemPtr CreateItem(const ItemRecord::Header& header, const ItemBufferRef& buffer, bool validate,
+ItemPtr CreateItem(const ItemRecord::Header& header, ItemBufferRef buffer, bool validate,
                    const ItemDatabaseView& database);
 
 // A new item of the same type sharing the same buffer and carrying the same

@@ -12,7 +12,8 @@ namespace {
 constexpr std::uint32_t kColorGps = 0x663399;
 }  // namespace
 
-GpsItem::GpsItem(const ItemBufferRef& buffer) : ItemRecord(kItemGps, buffer) {
+GpsItem::GpsItem(ItemBufferRef buffer, ItemTimestamp received)
+    : ItemRecord(kItemGps, std::move(buffer), received) {
   key_ = ItemKey{kItemGps};
 }
 

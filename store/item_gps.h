@@ -22,7 +22,7 @@ namespace quillon {
 
 class GpsItem final : public ItemRecord {
  public:
-  explicit GpsItem(const ItemBufferRef& buffer);
+  explicit GpsItem(ItemBufferRef buffer, ItemTimestamp received = ItemTimestamp::Now());
 
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
   std::uint32_t GetHeaderLength() const override { return 0; }

@@ -27,8 +27,8 @@ LogPacketHeader ParseLogPacketHeader(std::span<const std::uint8_t> payload) {
   return h;
 }
 
-LogPacketItem::LogPacketItem(std::uint32_t type_code, const ItemBufferRef& buffer)
-    : ItemRecord(type_code, buffer) {
+LogPacketItem::LogPacketItem(std::uint32_t type_code, ItemBufferRef buffer, ItemTimestamp received)
+    : ItemRecord(type_code, std::move(buffer), received) {
   header_ = ParseLogPacketHeader(ReadPayload(*this).Bytes());
   key_ = ItemKey{type_code};
   if (header_.has_code) key_.Append(header_.log_code);
@@ -45,7 +45,8 @@ std::uint32_t LogPacketItem::GetDLFBuffer(std::uint8_t* out, std::uint32_t capac
   return WriteDlfRaw(out, capacity, ReadPayload(*this).Bytes().subspan(kDlfOffset));
 }
 
-LogItem::LogItem(const ItemBufferRef& buffer) : LogPacketItem(kItemLog, buffer) {}
+LogItem::LogItem(ItemBufferRef buffer, ItemTimestamp received)
+    : LogPacketItem(kItemLog, std::move(buffer), received) {}
 
 void LogItem::GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
                        const ItemRenderServices* services) const {

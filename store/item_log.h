@@ -54,7 +54,7 @@ class LogPacketItem : public ItemRecord {
   const LogPacketHeader& Header() const { return header_; }
 
  protected:
-  LogPacketItem(std::uint32_t type_code, const ItemBufferRef& buffer);
+  LogPacketItem(std::uint32_t type_code, ItemBufferRef buffer, ItemTimestamp received);
 
  private:
   LogPacketHeader header_;
@@ -62,7 +62,7 @@ class LogPacketItem : public ItemRecord {
 
 class LogItem final : public LogPacketItem {
  public:
-  explicit LogItem(const ItemBufferRef& buffer);
+  explicit LogItem(ItemBufferRef buffer, ItemTimestamp received = ItemTimestamp::Now());
   void GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,
                 const ItemRenderServices* services) const override;
   bool SetDefaultColor() override;

@@ -5,7 +5,8 @@
 
 namespace quillon {
 
-MalformedItem::MalformedItem(const ItemBufferRef& buffer) : ItemRecord(kItemMalformed, buffer) {
+MalformedItem::MalformedItem(ItemBufferRef buffer, ItemTimestamp received)
+    : ItemRecord(kItemMalformed, std::move(buffer), received) {
   key_ = ItemKey{kItemMalformed};
   if (auto command = ReadPayload(*this).U8(0)) key_.Append(*command);
 }

@@ -15,7 +15,7 @@ namespace quillon {
 
 class MalformedItem final : public ItemRecord {
  public:
-  explicit MalformedItem(const ItemBufferRef& buffer);
+  explicit MalformedItem(ItemBufferRef buffer, ItemTimestamp received = ItemTimestamp::Now());
 
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
   std::uint32_t GetHeaderLength() const override { return buffer_.IsValid() ? 1 : 0; }

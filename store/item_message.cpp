@@ -80,7 +80,8 @@ std::uint32_t MessageColor(const ItemKey& key) {
   return key[1] != 0 ? kColorOtherLevel : kColorUnknown;
 }
 
-MessageItem::MessageItem(const ItemBufferRef& buffer) : ItemRecord(kItemMsg, buffer) {
+MessageItem::MessageItem(ItemBufferRef buffer, ItemTimestamp received)
+    : ItemRecord(kItemMsg, std::move(buffer), received) {
   header_ = ParseMessageHeader(ReadPayload(*this).Bytes());
   key_ = ItemKey{kItemMsg};
   if (header_.has_key) {

@@ -76,7 +76,7 @@ std::uint32_t MessageColor(const ItemKey& key);
 
 class MessageItem final : public ItemRecord {
  public:
-  explicit MessageItem(const ItemBufferRef& buffer);
+  explicit MessageItem(ItemBufferRef buffer, ItemTimestamp received = ItemTimestamp::Now());
 
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
   std::uint32_t GetHeaderLength() const override { return 0; }

@@ -58,7 +58,8 @@ std::uint32_t OtaLogColor(std::uint32_t log_code) {
   return kColorUnknown;
 }
 
-OtaLogItem::OtaLogItem(const ItemBufferRef& buffer) : LogPacketItem(kItemOtaLog, buffer) {
+OtaLogItem::OtaLogItem(ItemBufferRef buffer, ItemTimestamp received)
+    : LogPacketItem(kItemOtaLog, std::move(buffer), received) {
   if (key_.size() != 2) return;
   const std::span<const std::uint8_t> payload(GetPayload(), GetPayloadLength());
   if (const auto kind = OtaKindOf(key_[1], payload)) key_.Append(*kind);

@@ -34,7 +34,7 @@ std::uint32_t OtaLogColor(std::uint32_t log_code);
 
 class OtaLogItem final : public LogPacketItem {
  public:
-  explicit OtaLogItem(const ItemBufferRef& buffer);
+  explicit OtaLogItem(ItemBufferRef buffer, ItemTimestamp received = ItemTimestamp::Now());
   // The dynamic parser libraries, then the over-the-air decoders.
   bool GetParsedText(std::u16string& out, const ItemParserService* parsers) const override;
   void GetTexts(ItemTextRequest& request, const ItemRenderOptions& options,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cassert>
 #include <exception>
 #include <limits>
@@ -63,7 +64,13 @@ void ItemStoreFile::ThrowReadOnlyAppend() const {
 std::uint32_t ItemStoreFile::GetItemCount() const { return count_; }
 
 std::uint32_t ItemStoreFile::GetBlockCount() const {
+  WalkBlocks(std::numeric_limits<std::uint32_t>::max());
   return static_cast<std::uint32_t>(blocks_.size());
+}
+
+const std::vector<ItemStoreFile::Block>& ItemStoreFile::Blocks() const {
+  WalkBlocks(std::numeric_limits<std::uint32_t>::max());
+  return blocks_;
 }
 
 bool ItemStoreFile::IsOpen() const { return file_.IsOpen(); }
@@ -74,6 +81,7 @@ ItemStoreFileInfo ItemStoreFile::GetFileInfo() const {
 }
 
 void ItemStoreFile::Reset() {
+  UnmapIndex();
   file_.Close();
   path_.clear();
   count_ = 0;
@@ -83,6 +91,10 @@ void ItemStoreFile::Reset() {
   modified_ = false;
   saved_write_time_.reset();
   blocks_.clear();
+  walk_next_ = 0;
+  walk_limit_ = 0;
+  data_end_ = 0;
+  window_.count = 0;
   items_in_last_block_ = 0;
   append_end_ = 0;
 }
@@ -171,35 +183,30 @@ void ItemStoreFile::Open(std::u16string_view path, bool read_only, ProgressSink*
                           LoadLE32(&trailer_bytes[kTrailerMagicOffset])};
     if (trailer.magic != kMagic) Throw(mis::kInvalidData);
 
-    // The chain is walked for at most count / 8192 + 1 blocks; a zero link
-    // ends it early (a count that is a multiple of 8192 has no further block).
-    const std::uint64_t data_end = size - kTrailerSize;
-    const std::uint32_t max_blocks = trailer.count / kItemsPerBlock + 1;
-    std::uint64_t offset = kFirstBlockOffset;
-    for (std::uint32_t walked = 0; walked < max_blocks;) {
-      if (offset + kBlockSize > data_end) Throw(mis::kInvalidData);
-      std::array<std::uint8_t, kBlockTailSize> tail{};
-      Check(file_.ReadAt(offset + kBlockNextLinkOffset, tail.data(), tail.size()));
-      blocks_.push_back({offset, LoadLE64(&tail[kTailBaseTimeOffset])});
-      Notify(progress, ++walked, offset, size);
-      const std::uint64_t next = LoadLE64(&tail[kTailNextLinkOffset]);
-      if (next == 0) break;
-      // A block is always written at the end of the file, after the one
-      // that links to it.
-      if (next < offset + kBlockSize || next >= data_end) Throw(mis::kInvalidData);
-      offset = next;
-    }
-    const std::uint64_t needed = (std::uint64_t{trailer.count} + kItemsPerBlock - 1) >> kBlockShift;
-    if (blocks_.size() < needed) Throw(mis::kBadLength);
-
+    // The chain holds at most count / 8192 + 1 blocks; a zero link ends it
+    // early (a count that is a multiple of 8192 has no further block). A
+    // read-only open checks the first block and walks the rest as reads
+    // reach it; a read-write open needs the last block and walks them all.
+    data_end_ = size - kTrailerSize;
+    walk_limit_ = trailer.count / kItemsPerBlock + 1;
+    walk_next_ = kFirstBlockOffset;
     count_ = trailer.count;
+    for (std::uint32_t walked = 1; walked <= walk_limit_ && walk_next_ != 0; ++walked) {
+      WalkBlocks(walked);
+      Notify(progress, walked, blocks_.back().offset, size);
+      if (read_only) break;
+    }
+    if (!read_only) {
+      const std::uint64_t needed = (std::uint64_t{count_} + kItemsPerBlock - 1) >> kBlockShift;
+      if (blocks_.size() < needed) Throw(mis::kBadLength);
+    }
     items_in_last_block_ = count_ % kItemsPerBlock;
     if (!read_only) {
-      std::uint64_t end = data_end;
+      std::uint64_t end = data_end_;
       if (count_ > 0) {
         const RecordExtent last = GetRecordExtent(count_ - 1);
         end = last.offset + last.size;
-        if (end > data_end) Throw(mis::kInvalidData);
+        if (end > data_end_) Throw(mis::kInvalidData);
       }
       const std::uint32_t error = file_.Truncate(end);
       if (error != 0) Throw(error);
@@ -226,44 +233,51 @@ void ItemStoreFile::Recover(std::u16string_view path, bool read_only, ProgressSi
   OpenHandle(path, read_only);
   try {
     const std::uint64_t size = FileSize();
-    if (size <= kFirstBlockOffset + kBlockSize) Throw(mis::kBadArguments);
     std::array<std::uint8_t, kMagicSize> magic{};
-    Check(file_.ReadAt(0, magic.data(), magic.size()));
-    if (LoadLE32(magic.data()) != kMagic) Throw(mis::kInvalidData);
+    const bool has_magic = size >= kMagicSize && file_.ReadAt(0, magic.data(), magic.size()) == 0 &&
+                           LoadLE32(magic.data()) == kMagic;
+    if (size <= kFirstBlockOffset + kBlockSize) {
+      throw cMISException(kMisCategorySystem, mis::kBadArguments, {},
+                          has_magic ? u"the capture holds no items: it ended before its first "
+                                      u"item was stored"
+                                    : u"the file is too short to hold an item store");
+    }
+    if (!has_magic) Throw(mis::kInvalidData);
 
-    // Walk the chain. A link to a block that was not completely written ends
-    // the walk: the items before it are still recovered.
+    // Walk the chain and count the entries block by block. An entry counts
+    // while its whole record lies inside the file: an append stores the
+    // entry before the record, so the one entry that a kill can leave
+    // without its record, or cut short, is the append in flight, which was
+    // never acknowledged. A block's link is followed only when the block is
+    // full and the link points to a whole block that starts at or after the
+    // end of the block's last record, where the next block is always
+    // written; any other link (one cut short by a kill, or pointing outside
+    // the file) ends the chain there.
+    std::vector<std::uint8_t> index(kIndexSize);
     std::uint64_t offset = kFirstBlockOffset;
+    std::uint32_t count = 0;
     for (std::uint32_t walked = 0;;) {
+      Check(file_.ReadAt(offset, index.data(), index.size()));
       std::array<std::uint8_t, kBlockTailSize> tail{};
       Check(file_.ReadAt(offset + kBlockNextLinkOffset, tail.data(), tail.size()));
       blocks_.push_back({offset, LoadLE64(&tail[kTailBaseTimeOffset])});
       Notify(progress, ++walked, offset, size);
+      const std::uint64_t records = offset + kBlockSize;
+      std::uint64_t records_end = records;
+      std::uint32_t slot = 0;
+      for (; slot < kItemsPerBlock; ++slot) {
+        const Entry entry = DecodeEntry(&index[slot * kEntrySize]);
+        const std::uint64_t end = records + entry.offset + RecordSize(entry);
+        if (!IsPlausibleEntry(entry) || end > size) break;
+        records_end = end;
+      }
+      count += slot;
+      if (slot < kItemsPerBlock) break;
       const std::uint64_t next = LoadLE64(&tail[kTailNextLinkOffset]);
-      if (next == 0) break;
-      if (next < offset + kBlockSize || next >= size) Throw(mis::kInvalidData);
-      if (next + kBlockSize > size) break;
+      if (next < records_end || next > size || size - next < kBlockSize) break;
+      if (count > std::numeric_limits<std::uint32_t>::max() - kItemsPerBlock) break;
       offset = next;
     }
-
-    // Count entries while each one's record lies inside the file.
-    std::vector<std::uint8_t> index(kIndexSize);
-    std::uint32_t count = 0;
-    bool stopped = false;
-    for (std::size_t b = 0; b < blocks_.size() && !stopped; ++b) {
-      Check(file_.ReadAt(blocks_[b].offset, index.data(), index.size()));
-      const std::uint64_t records = blocks_[b].offset + kBlockSize;
-      for (std::uint32_t slot = 0; slot < kItemsPerBlock; ++slot) {
-        const Entry entry = DecodeEntry(&index[slot * kEntrySize]);
-        if (!IsPlausibleEntry(entry) || records + entry.offset + RecordSize(entry) > size) {
-          stopped = true;
-          break;
-        }
-        ++count;
-      }
-    }
-    // Blocks after the one holding the last counted entry cannot be reached
-    // by the item numbers; appends then fail the table check (24).
     count_ = count;
     items_in_last_block_ = count_ % kItemsPerBlock;
     path_ = path;
@@ -292,6 +306,8 @@ void ItemStoreFile::Close() {
   }
   const bool remove = temporary_ && !keep_;
   const std::u16string path = path_;
+  // Views first: a file with a mapped view cannot be deleted on Windows.
+  UnmapIndex();
   file_.Close();
   if (remove) platform::DeleteFilePath(path);
   Reset();
@@ -313,9 +329,31 @@ void ItemStoreFile::WriteTrailer() {
   Check(file_.WriteAt(end, trailer.data(), trailer.size()));
 }
 
+void ItemStoreFile::WalkMoreBlocks(std::uint32_t wanted) const {
+  while (blocks_.size() < wanted && walk_next_ != 0) {
+    const std::uint64_t offset = walk_next_;
+    if (offset + kBlockSize > data_end_) Throw(mis::kInvalidData);
+    std::array<std::uint8_t, kBlockTailSize> tail{};
+    Check(file_.ReadAt(offset + kBlockNextLinkOffset, tail.data(), tail.size()));
+    blocks_.push_back({offset, LoadLE64(&tail[kTailBaseTimeOffset])});
+    const std::uint64_t next = LoadLE64(&tail[kTailNextLinkOffset]);
+    walk_next_ = 0;
+    if (next == 0) break;
+    // A block is always written at the end of the file, after the one
+    // that links to it.
+    if (next < offset + kBlockSize || next >= data_end_) Throw(mis::kInvalidData);
+    if (blocks_.size() < walk_limit_) walk_next_ = next;
+  }
+}
+
 std::pair<std::uint32_t, std::uint32_t> ItemStoreFile::Locate(std::uint32_t index) const {
   const std::uint32_t block = index >> kBlockShift;
-  if (block >= blocks_.size()) Throw(mis::kCannotComplete);
+  WalkBlocks(block + 1);
+  if (block >= blocks_.size()) {
+    // The count promises this block but the chain ended before it.
+    if (index < count_) Throw(mis::kBadLength);
+    Throw(mis::kCannotComplete);
+  }
   if (index >= count_) Throw(mis::kBadArguments);
   return {block, index & (kItemsPerBlock - 1)};
 }
@@ -333,12 +371,28 @@ std::uint32_t ItemStoreFile::CheckedRecordSize(const Entry& entry) {
 }
 
 Entry ItemStoreFile::ReadEntry(std::uint32_t block, std::uint32_t slot) const {
-  std::array<std::uint8_t, kEntrySize> bytes{};
-  const std::uint32_t error = file_.ReadAt(blocks_[block].offset + std::uint64_t{slot} * kEntrySize,
-                                           bytes.data(), bytes.size());
-  if (error == platform::error::kHandleEof) Throw(mis::kInvalidData);
-  Check(error);
-  return DecodeEntry(bytes.data());
+  if (index_bytes_ != nullptr && index_view_block_ == block) {
+    return DecodeEntry(index_bytes_ + std::uint64_t{slot} * kEntrySize);
+  }
+  if (window_.count == 0 || window_.block != block || slot < window_.first ||
+      slot - window_.first >= window_.count) {
+    // The entries around the slot, in one read: reading items in order then
+    // costs one positioned read per item (its record), not two.
+    window_.count = 0;
+    const std::uint32_t first = slot & ~(kWindowEntries - 1);
+    const std::uint32_t count = std::min(kWindowEntries, kItemsPerBlock - first);
+    std::size_t got = 0;
+    const std::uint32_t error =
+        file_.ReadAt(blocks_[block].offset + std::uint64_t{first} * kEntrySize,
+                     window_.bytes.data(), std::size_t{count} * kEntrySize, &got);
+    if (error != 0 && error != platform::error::kHandleEof) Throw(error);
+    const auto whole = static_cast<std::uint32_t>(got / kEntrySize);
+    if (slot - first >= whole) Throw(mis::kInvalidData);
+    window_.block = block;
+    window_.first = first;
+    window_.count = whole;
+  }
+  return DecodeEntry(&window_.bytes[std::size_t{slot - window_.first} * kEntrySize]);
 }
 
 ItemPtr ItemStoreFile::MakeItem(const Entry& entry, std::uint64_t base_ms,
@@ -356,7 +410,7 @@ ItemPtr ItemStoreFile::MakeItem(const Entry& entry, std::uint64_t base_ms,
   const ItemRecord::Header item_header{entry.TypeCode(), ItemTimestamp::FromMilliseconds(ms)};
   ItemPtr item;
   try {
-    item = CreateItem(item_header, buffer, true, *database_);
+    item = CreateItem(item_header, std::move(buffer), true, *database_);
   } catch (const std::bad_alloc&) {
     Throw(mis::kOutOfMemory);
   }
@@ -401,12 +455,13 @@ void ItemStoreFile::StartBlock(const ItemRecord& first_item) {
     items_in_last_block_ = 0;
     return;
   }
+  // The whole block in one write (empty index, no next block, base time),
+  // then the link to it: a kill in between leaves a chain that ends before
+  // the new block.
   const std::uint64_t offset = FileSize();
-  static const std::vector<std::uint8_t> zeros(kBlockBaseTimeOffset, 0);  // index and link
-  Check(file_.WriteAt(offset, zeros.data(), zeros.size()));
-  std::array<std::uint8_t, 8> base{};
-  StoreLE64(base.data(), base_ms);
-  Check(file_.WriteAt(offset + kBlockBaseTimeOffset, base.data(), base.size()));
+  std::vector<std::uint8_t> block(kBlockSize, 0);
+  StoreLE64(&block[kBlockBaseTimeOffset], base_ms);
+  Check(file_.WriteAt(offset, block.data(), block.size()));
   if (!blocks_.empty()) {
     std::array<std::uint8_t, 8> link{};
     StoreLE64(link.data(), offset);
@@ -414,6 +469,72 @@ void ItemStoreFile::StartBlock(const ItemRecord& first_item) {
   }
   blocks_.push_back({offset, base_ms});
   items_in_last_block_ = 0;
+}
+
+bool ItemStoreFile::MapLastIndex() {
+  const auto last = static_cast<std::uint32_t>(blocks_.size() - 1);
+  if (index_bytes_ != nullptr && index_view_block_ == last) return true;
+  UnmapIndex();
+  if (index_writes_ == IndexWrites::kWriteCalls) return false;
+  // A new mapping per block: a mapping covers the file as it was when made.
+  const std::uint64_t offset = blocks_[last].offset;
+  const std::uint64_t granularity = platform::AllocationGranularity();
+  const std::uint64_t start = granularity == 0 ? offset : offset / granularity * granularity;
+  if (index_mapping_.Create(file_, platform::MappingAccess::kReadWrite) != 0 ||
+      index_mapping_.Map(start, static_cast<std::size_t>(offset + kIndexSize - start),
+                         index_view_) != 0 ||
+      index_view_.writable_data() == nullptr) {
+    UnmapIndex();
+    return false;
+  }
+  index_bytes_ = index_view_.writable_data() + (offset - start);
+  index_view_block_ = last;
+  return true;
+}
+
+void ItemStoreFile::UnmapIndex() {
+  index_bytes_ = nullptr;
+  index_view_.Unmap();
+  index_mapping_.Close();
+}
+
+void ItemStoreFile::StoreEntry(std::uint32_t slot,
+                               const std::array<std::uint8_t, kEntrySize>& entry) {
+  const std::uint64_t at = blocks_.back().offset + std::uint64_t{slot} * kEntrySize;
+  if (MapLastIndex()) {
+    // Flags and record offset first, the payload length last: until its
+    // length is stored the entry reads as empty. The fences keep the
+    // compiler from merging or reordering the stores across them.
+    std::uint8_t* out = index_bytes_ + std::uint64_t{slot} * kEntrySize;
+    std::copy_n(entry.data(), kEntryLengthOffset, out);
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    out[kEntryLengthOffset] = entry[kEntryLengthOffset];
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    out[kEntryLengthOffset + 1] = entry[kEntryLengthOffset + 1];
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+  } else {
+    // A write cut short keeps its first bytes: the length comes last here too.
+    Check(file_.WriteAt(at, entry.data(), entry.size()));
+  }
+  if (window_.count != 0 && window_.block == blocks_.size() - 1 && slot >= window_.first &&
+      slot - window_.first < window_.count) {
+    std::copy_n(entry.data(), kEntrySize,
+                &window_.bytes[std::size_t{slot - window_.first} * kEntrySize]);
+  }
+}
+
+void ItemStoreFile::ClearEntry(std::uint32_t slot) {
+  // A zero payload length alone makes the entry empty.
+  const std::array<std::uint8_t, 2> zero{};
+  if (MapLastIndex()) {
+    std::copy_n(zero.data(), zero.size(),
+                index_bytes_ + std::uint64_t{slot} * kEntrySize + kEntryLengthOffset);
+  } else {
+    Check(
+        file_.WriteAt(blocks_.back().offset + std::uint64_t{slot} * kEntrySize + kEntryLengthOffset,
+                      zero.data(), zero.size()));
+  }
+  window_.count = 0;
 }
 
 std::uint32_t ItemStoreFile::AppendItem(const ItemRecord* item) try {
@@ -440,20 +561,30 @@ std::uint32_t ItemStoreFile::AppendItem(const ItemRecord* item) try {
   const std::uint8_t flags = static_cast<std::uint8_t>(
       (item->TypeCode() % 32) | (static_cast<std::uint8_t>(encoding) << kFlagTimeShift));
   const std::uint32_t length = item->GetPayloadLength();
-  std::array<std::uint8_t, kMaxRecord> record{};
+  std::array<std::uint8_t, kMaxRecord> record;  // NOLINT: filled up to its size below
   const std::uint32_t header = EncodeRecordHeader(flags, ms, block.base_ms, 0, record.data());
   assert(header + length <= kMaxRecord);  // IsValid() bounds the payload to kMaxPayload
   std::copy_n(item->GetPayload(), length, record.data() + header);
-  append_end_ = 0;
-  Check(file_.WriteAt(position, record.data(), header + length));
-  append_end_ = position + header + length;
-
   std::array<std::uint8_t, kEntrySize> entry{};
   EncodeEntry(
       {flags, static_cast<std::uint32_t>(position - records), static_cast<std::uint16_t>(length)},
       entry.data());
-  Check(file_.WriteAt(block.offset + std::uint64_t{items_in_last_block_} * kEntrySize, entry.data(),
-                      entry.size()));
+
+  // The entry first, then the record: whatever a kill interrupts, the entry
+  // of an unfinished append names a record that does not lie inside the
+  // file yet, and recovery leaves it out. With the index mapped the entry
+  // costs no system call; the record is one write.
+  append_end_ = 0;
+  StoreEntry(items_in_last_block_, entry);
+  if (const std::uint32_t error = file_.WriteAt(position, record.data(), header + length)) {
+    try {
+      ClearEntry(items_in_last_block_);
+    } catch (const cMISException&) {
+      // The write's own error is the one to report.
+    }
+    Throw(error);
+  }
+  append_end_ = position + header + length;
   ++items_in_last_block_;
   if (items_in_last_block_ == kItemsPerBlock) items_in_last_block_ = 0;
   return ++count_;

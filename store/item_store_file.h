@@ -17,6 +17,7 @@
 // Not thread-safe: the owning store serialises all calls.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -26,10 +27,16 @@
 #include "common/item_database_view.h"
 #include "common/item_record.h"
 #include "platform/file.h"
+#include "platform/mapped_file.h"
 #include "store/isf_format.h"
 #include "store/isf_progress.h"
 
 namespace quillon {
+
+// How appends store index entries: through a writable mapping of the last
+// block's index (no system call per entry), or with positioned writes (for
+// file systems where mapping is unwanted, and for tests that cut writes).
+enum class IndexWrites { kMapped, kWriteCalls };
 
 struct ItemStoreFileInfo {
   std::u16string path;  // empty when the file is not open
@@ -73,7 +80,8 @@ class ItemStoreFile {
   // the last-write time when nothing was appended, closes, deletes an unkept
   // temporary file and resets. The object is reset even when this throws.
   virtual void Close();
-  // slot 7: the number of blocks in the block table.
+  // slot 7: the number of blocks in the block table (a read-only open walks
+  // the rest of the chain first).
   virtual std::uint32_t GetBlockCount() const;
   // slot 8
   virtual ItemStoreFileInfo GetFileInfo() const;
@@ -104,6 +112,7 @@ class ItemStoreFile {
 
   // Non-virtual settings and state.
   void SetKeep(bool keep) { keep_ = keep; }
+  void SetIndexWrites(IndexWrites how) { index_writes_ = how; }
   bool IsKept() const { return keep_; }
   void SetTemporaryDirectory(std::u16string directory) { temp_dir_ = std::move(directory); }
   const std::u16string& TemporaryDirectory() const { return temp_dir_; }
@@ -114,13 +123,27 @@ class ItemStoreFile {
     std::uint64_t offset = 0;   // absolute offset of the block
     std::uint64_t base_ms = 0;  // base time, ms since 1601
   };
-  const std::vector<Block>& Blocks() const { return blocks_; }
+  // The whole block table (a read-only open walks the rest of the chain
+  // first).
+  const std::vector<Block>& Blocks() const;
 
  protected:
   const platform::File& file() const { return file_; }
   const ItemDatabaseView& database() const { return *database_; }
-  // Block and slot of `index`: 1003 beyond the table, 160 at or past count.
+  // Block and slot of `index`: 1003 beyond the table, 160 at or past count,
+  // 24 when the chain ends before the block that the count promises.
   std::pair<std::uint32_t, std::uint32_t> Locate(std::uint32_t index) const;
+  // The table entry of a block that Locate returned.
+  const Block& BlockAt(std::uint32_t block) const { return blocks_[block]; }
+  // Walks the chain until the table holds `wanted` blocks or the chain ends.
+  // A read-only open reads only the trailer and the first block: the rest
+  // of the chain is walked as reads reach it, so opening costs the same for
+  // any number of items.
+  void WalkBlocks(std::uint32_t wanted) const {
+    if (blocks_.size() < wanted) WalkMoreBlocks(wanted);
+  }
+  // Number of blocks in the table now (without walking).
+  std::uint32_t WalkedBlocks() const { return static_cast<std::uint32_t>(blocks_.size()); }
   // Number of entries written in block `block`.
   std::uint32_t ItemsInBlock(std::uint32_t block) const;
   // Throws 13 for a payload length outside 1..8208 or a record above 8224.
@@ -143,12 +166,32 @@ class ItemStoreFile {
   }
 
  private:
+  void WalkMoreBlocks(std::uint32_t wanted) const;
+  // Index entries read together by the read-write class: one positioned
+  // read serves this many neighbouring items.
+  static constexpr std::uint32_t kWindowEntries = 512;
+  struct IndexWindow {
+    std::uint32_t block = 0;
+    std::uint32_t first = 0;
+    std::uint32_t count = 0;  // 0: nothing cached
+    std::array<std::uint8_t, kWindowEntries * isf::kEntrySize> bytes{};
+  };
+
   void OpenHandle(std::u16string_view path, bool read_only);
   void Recover(std::u16string_view path, bool read_only, ProgressSink* progress);
   std::uint64_t FileSize() const;
   void Notify(ProgressSink* progress, std::uint32_t blocks, std::uint64_t position,
               std::uint64_t size) const;
   isf::Entry ReadEntry(std::uint32_t block, std::uint32_t slot) const;
+  // Maps the last block's index for storing entries; false when the system
+  // cannot map it (entries are then written with WriteAt).
+  bool MapLastIndex();
+  void UnmapIndex();
+  // Stores an entry of the last block so that a kill at any moment leaves
+  // either the whole entry or one whose payload length is still 0.
+  void StoreEntry(std::uint32_t slot, const std::array<std::uint8_t, isf::kEntrySize>& entry);
+  // Takes back an entry whose record could not be written.
+  void ClearEntry(std::uint32_t slot);
 
   const ItemDatabaseView* database_;
   platform::File file_;
@@ -159,13 +202,26 @@ class ItemStoreFile {
   bool read_only_ = false;
   bool modified_ = false;
   std::optional<platform::FileTime> saved_write_time_;
-  std::vector<Block> blocks_;
+  // The block table; a read-only open fills it as reads need it.
+  mutable std::vector<Block> blocks_;
+  // Where the walk goes on (0: the table is complete), how many blocks the
+  // trailer's count allows, and the end of the items (the trailer's offset).
+  mutable std::uint64_t walk_next_ = 0;
+  std::uint32_t walk_limit_ = 0;
+  std::uint64_t data_end_ = 0;
+  mutable IndexWindow window_;
+  // The last block's index, mapped writable while appending.
+  platform::FileMapping index_mapping_;
+  platform::MappedView index_view_;
+  std::uint32_t index_view_block_ = 0;
+  std::uint8_t* index_bytes_ = nullptr;  // the block's first entry in index_view_
   std::uint32_t items_in_last_block_ = 0;
   // The end of the file after this object's last record write, so that
   // consecutive appends need not ask the system for the size; 0 when unknown
   // (after opening, starting a block or writing the trailer).
   std::uint64_t append_end_ = 0;
   std::u16string temp_dir_;
+  IndexWrites index_writes_ = IndexWrites::kMapped;
 };
 
 }  // namespace quillon

@@ -18,7 +18,8 @@ std::optional<std::uint32_t> StringHeaderColor(std::uint32_t header_word) {
   return blue << 16 | green << 8 | red;
 }
 
-StringItem::StringItem(const ItemBufferRef& buffer) : ItemRecord(kItemString, buffer) {
+StringItem::StringItem(ItemBufferRef buffer, ItemTimestamp received)
+    : ItemRecord(kItemString, std::move(buffer), received) {
   key_ = ItemKey{kItemString};
   if (auto word = HeaderWord()) key_.Append(*word & 63u);
 }

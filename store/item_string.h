@@ -44,7 +44,7 @@ std::optional<std::uint32_t> StringHeaderColor(std::uint32_t header_word);
 
 class StringItem final : public ItemRecord {
  public:
-  explicit StringItem(const ItemBufferRef& buffer);
+  explicit StringItem(ItemBufferRef buffer, ItemTimestamp received = ItemTimestamp::Now());
 
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
   std::uint32_t GetHeaderLength() const override {

@@ -26,8 +26,8 @@ ItemKey SubsysKey(std::uint32_t type_code, const ItemRecord& item) {
 
 }  // namespace
 
-SubsysResponseItem::SubsysResponseItem(const ItemBufferRef& buffer)
-    : ItemRecord(kItemSubsysRx, buffer) {
+SubsysResponseItem::SubsysResponseItem(ItemBufferRef buffer, ItemTimestamp received)
+    : ItemRecord(kItemSubsysRx, std::move(buffer), received) {
   key_ = SubsysKey(kItemSubsysRx, *this);
 }
 
@@ -62,8 +62,8 @@ bool SubsysResponseItem::SetDefaultColor() {
   return true;
 }
 
-SubsysRequestItem::SubsysRequestItem(const ItemBufferRef& buffer)
-    : ItemRecord(kItemSubsysTx, buffer) {
+SubsysRequestItem::SubsysRequestItem(ItemBufferRef buffer, ItemTimestamp received)
+    : ItemRecord(kItemSubsysTx, std::move(buffer), received) {
   key_ = SubsysKey(kItemSubsysTx, *this);
 }
 

@@ -34,7 +34,7 @@ inline constexpr std::uint8_t kSubsysDelayedCommand = 0x80;
 
 class SubsysResponseItem final : public ItemRecord {
  public:
-  explicit SubsysResponseItem(const ItemBufferRef& buffer);
+  explicit SubsysResponseItem(ItemBufferRef buffer, ItemTimestamp received = ItemTimestamp::Now());
 
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
   // 12 for the delayed-response form, else 4.
@@ -51,7 +51,7 @@ class SubsysResponseItem final : public ItemRecord {
 
 class SubsysRequestItem final : public ItemRecord {
  public:
-  explicit SubsysRequestItem(const ItemBufferRef& buffer);
+  explicit SubsysRequestItem(ItemBufferRef buffer, ItemTimestamp received = ItemTimestamp::Now());
 
   std::uint32_t GetDLFBuffer(std::uint8_t* out, std::uint32_t capacity) const override;
   std::uint32_t GetHeaderLength() const override { return buffer_.IsValid() ? 4 : 0; }

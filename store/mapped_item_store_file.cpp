@@ -60,6 +60,8 @@ std::vector<std::uint32_t> MappedItemStoreFile::MappedBlocks() const {
 }
 
 const MappedItemStoreFile::CachedBlock& MappedItemStoreFile::MapBlock(std::uint32_t block) {
+  // Reads mostly stay in the block mapped last.
+  if (!cache_.empty() && cache_.back().block == block) return cache_.back();
   for (const CachedBlock& cached : cache_) {
     if (cached.block == block) return cached;
   }
@@ -69,8 +71,9 @@ const MappedItemStoreFile::CachedBlock& MappedItemStoreFile::MapBlock(std::uint3
     Check(mapping_.Create(file()));
     mapped_size_ = size;
   }
-  const std::vector<Block>& blocks = Blocks();
-  const std::uint64_t block_offset = blocks[block].offset;
+  // The next block bounds this one's records: walk to it as well.
+  WalkBlocks(block + 2);
+  const std::uint64_t block_offset = BlockAt(block).offset;
   const std::uint64_t records = block_offset + kBlockSize;
   if (records > mapped_size_) Throw(mis::kInvalidData);
 
@@ -90,7 +93,7 @@ const MappedItemStoreFile::CachedBlock& MappedItemStoreFile::MapBlock(std::uint3
   // readable; each record is checked against the view anyway.
   const std::uint64_t data_end =
       mapped_size_ >= kTrailerSize ? mapped_size_ - kTrailerSize : mapped_size_;
-  std::uint64_t end = block + 1 < blocks.size() ? blocks[block + 1].offset : data_end;
+  std::uint64_t end = block + 1 < WalkedBlocks() ? BlockAt(block + 1).offset : data_end;
   if (end > mapped_size_) end = mapped_size_;
   if (end < records) end = records;
   if (const std::uint32_t items = ItemsInBlock(block); items > 0) {
@@ -114,7 +117,7 @@ const MappedItemStoreFile::CachedBlock& MappedItemStoreFile::MapBlock(std::uint3
 ItemPtr MappedItemStoreFile::ReadItem(std::uint32_t index) try {
   const auto [block, slot] = Locate(index);
   const CachedBlock& cached = MapBlock(block);
-  const Block& info = Blocks()[block];
+  const Block& info = BlockAt(block);
   const std::uint8_t* entry_bytes = cached.block_view.data() +
                                     (info.offset - cached.block_view.offset()) +
                                     std::uint64_t{slot} * kEntrySize;

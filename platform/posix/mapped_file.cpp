@@ -1,4 +1,4 @@
-// Read-only mapping on POSIX: the mapping object is a duplicate of the
+// Mapping on POSIX: the mapping object is a duplicate of the
 // file's descriptor (so it outlives a moved or reopened File), each view an
 // mmap of the file.
 #include "platform/mapped_file.h"
@@ -14,6 +14,14 @@
 
 namespace quillon::platform {
 
+namespace {
+#ifdef MAP_POPULATE
+constexpr int kPopulate = MAP_POPULATE;
+#else
+constexpr int kPopulate = 0;
+#endif
+}  // namespace
+
 std::uint32_t AllocationGranularity() {
   static const std::uint32_t granularity = [] {
     const long page = ::sysconf(_SC_PAGESIZE);
@@ -22,7 +30,7 @@ std::uint32_t AllocationGranularity() {
   return granularity;
 }
 
-std::uint32_t FileMapping::Create(const File& file) {
+std::uint32_t FileMapping::Create(const File& file, MappingAccess access) {
   Close();
   if (!file.IsOpen()) return error::kInvalidHandle;
   std::uint64_t size = 0;
@@ -32,6 +40,7 @@ std::uint32_t FileMapping::Create(const File& file) {
   if (fd < 0) return posix::WindowsError(errno);
   handle_ = fd;
   size_ = size;
+  access_ = access;
   return error::kSuccess;
 }
 
@@ -49,10 +58,14 @@ std::uint32_t FileMapping::Map(std::uint64_t offset, std::size_t length, MappedV
   view.Unmap();
   if (const std::uint32_t rc = CheckViewRange(offset, length); rc != error::kSuccess) return rc;
 
-  void* data = ::mmap(nullptr, length, PROT_READ, MAP_SHARED, static_cast<int>(handle_),
-                      static_cast<off_t>(offset));
+  const bool writable = access_ == MappingAccess::kReadWrite;
+  // MAP_POPULATE: views are read through at once (a block and its records),
+  // so their pages are set up in one go instead of one fault at a time.
+  void* data =
+      ::mmap(nullptr, length, writable ? PROT_READ | PROT_WRITE : PROT_READ, MAP_SHARED | kPopulate,
+             static_cast<int>(handle_), static_cast<off_t>(offset));
   if (data == MAP_FAILED) return posix::WindowsError(errno);
-  view.Attach(static_cast<const std::uint8_t*>(data), length, offset);
+  view.Attach(static_cast<const std::uint8_t*>(data), length, offset, writable);
   return error::kSuccess;
 }
 
@@ -62,6 +75,7 @@ void MappedView::Unmap() {
     data_ = nullptr;
     size_ = 0;
     offset_ = 0;
+    writable_ = false;
   }
 }
 

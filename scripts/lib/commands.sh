@@ -6,6 +6,8 @@
 # sed, dpkg, apt, bash ...) are always present and are not listed.
 declare -gA QUILLON_COMMAND_PACKAGE=(
   [ccache]=ccache
+  [clang]=clang
+  [clang++]=clang
   [clang-format]=clang-format
   [cmake]=cmake
   [ctest]=cmake

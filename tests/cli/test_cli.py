@@ -81,6 +81,21 @@ def test_not_an_item_store_file(tmp_path):
     assert result.returncode == 1 and "not an item store file (error 13)" in result.stderr
 
 
+def test_db_save_of_a_database_with_errors_writes_it_and_fails(tmp_path):
+    (tmp_path / "db").mkdir()
+    (tmp_path / "db" / "Field.txt").write_text("garbage^line\n")
+    result = run("db", "save", str(tmp_path / "db"), str(tmp_path / "out"))
+    assert result.returncode == 1 and "reported 1 error(s)" in result.stderr
+    assert (tmp_path / "out").is_dir()
+
+
+def test_a_capture_killed_before_its_first_item_is_called_empty(tmp_path):
+    capture = tmp_path / "empty.isf"
+    capture.write_bytes(bytes([0x07, 0x31, 0x60, 0xAB]) + bytes(4096))
+    result = run("info", str(capture))
+    assert result.returncode == 1 and "the capture holds no items" in result.stderr
+
+
 READERS = [["info"], ["dump"], ["dump", "--format", "jsonl"], ["show", "{}", "5"],
            ["fields", "{}", "2"]]
 

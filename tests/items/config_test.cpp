@@ -134,7 +134,7 @@ TEST_F(ItemConfigTest, UnknownKeys) {
       {{3}, false}, {{7, 4}, false}, {{0}, true}, {{0, 19}, true}};
   // clang-format on
   for (const auto& [key, unknown] : rows) {
-    EXPECT_EQ(config_.IsUnknownKey(key), unknown) << testing::PrintToString(key.Elements());
+    EXPECT_EQ(config_.IsUnknownKey(key), unknown) << testing::PrintToString(key.ToVector());
   }
   ItemConfig without_db(nullptr);
   EXPECT_TRUE(without_db.IsUnknownKey({1, 19}));

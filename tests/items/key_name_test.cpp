@@ -13,7 +13,7 @@
 namespace quillon {
 namespace {
 
-std::string Show(const ItemKey& key) { return testing::PrintToString(key.Elements()); }
+std::string Show(const ItemKey& key) { return testing::PrintToString(key.ToVector()); }
 
 const char16_t* const kTypeTexts[] = {u"MALFORMED", u"DIAG RX",   u"DIAG TX",  u"GPS",
                                       u"EVENT",     u"LOG",       u"MSG",      u"STRING",
@@ -161,7 +161,7 @@ TEST_F(ItemNameTest, NamesFromTheTableOfEachType) {
       {{0, 19}, false, u"Bad Command Response"}};
   // clang-format on
   for (const auto& [key, with_key, name] : rows) {
-    EXPECT_EQ(Name(key, with_key), name) << testing::PrintToString(key.Elements());
+    EXPECT_EQ(Name(key, with_key), name) << testing::PrintToString(key.ToVector());
   }
   AddItem(db_, DbItemTable::kEvent, 7, 0, u"");
   EXPECT_EQ(Name({4, 7}), u"Unknown");  // an empty name is no name

@@ -35,7 +35,7 @@ class ParserServiceTest : public ::testing::Test {
 
 TEST(ParserRegistrationTest, KindsNumberBasesAndIgnoredEntries) {
   const ParserRegistration r =
-      ParseRegistration(u"6/0x412F,5/257,4/18/3,7/5,3/18,,1/ 12x,2/9/99,6/010,6/16,0/1,5");
+      ParseRegistration(u"6/0x412F,5/257,4/18/3,7/5,3/18,,1/ 12x,2/9/99,6/010,6/16,0/1,5,/,//");
   EXPECT_EQ(r.Of(RegistrationKind::kLogCode),
             (std::set<ItemKey>{{5, 8}, {5, 16}, {5, 0x412F}}));  // 010 is octal
   EXPECT_EQ(r.Of(RegistrationKind::kEvent), (std::set<ItemKey>{{4, 257}}));

@@ -143,20 +143,32 @@ std::vector<std::uint8_t> FixtureLinkedTo(std::uint64_t next, bool trailer) {
   return bytes;
 }
 
+// Opens the file and reads its last item: a read-only open walks the chain
+// only as far as reads reach, so a broken chain shows on that read.
+std::uint32_t CodeOfLastRead(Reader reader, const std::u16string& path) {
+  return CodeOf([&] {
+    auto file = OpenWith(reader, path);
+    file->ReadItem(file->GetItemCount() - 1);
+  });
+}
+
 TEST(IsfOpen, ChecksTheBlockChainAgainstTheFile) {
   auto bytes = ReadBytes(FixturePath("small.isf"));
   // A count needing a second block that the chain does not have.
   SetTrailerCount(bytes, 9000);
-  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kMapped, FileOf(bytes)->u16()); }), 24u);
+  EXPECT_EQ(CodeOfLastRead(Reader::kMapped, FileOf(bytes)->u16()), 24u);
   // A link out of the file, and a link backwards.
   SetNextLink(bytes, 1u << 30);
-  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kPlainReadOnly, FileOf(bytes)->u16()); }), 13u);
+  EXPECT_EQ(CodeOfLastRead(Reader::kPlainReadOnly, FileOf(bytes)->u16()), 13u);
   SetNextLink(bytes, kBlock0);
-  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kMapped, FileOf(bytes)->u16()); }), 13u);
+  EXPECT_EQ(CodeOfLastRead(Reader::kMapped, FileOf(bytes)->u16()), 13u);
+  // A read-write open needs the last block at once.
+  ItemStoreFile writable;
+  EXPECT_EQ(CodeOf([&] { writable.Open(FileOf(bytes)->u16(), false, nullptr); }), 13u);
   // A link must point past the block that holds it.
   const auto into = FileOf(FixtureLinkedTo(kRecords - 8, true));
-  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kPlainReadOnly, into->u16()); }), 13u);
-  EXPECT_EQ(CodeOf([&] { OpenWith(Reader::kMapped, into->u16()); }), 13u);
+  EXPECT_EQ(CodeOfLastRead(Reader::kPlainReadOnly, into->u16()), 13u);
+  EXPECT_EQ(CodeOfLastRead(Reader::kMapped, into->u16()), 13u);
   const auto past = FileOf(FixtureLinkedTo(kRecords, true));
   EXPECT_EQ(OpenWith(Reader::kMapped, past->u16())->GetBlockCount(), 2u);
 }
@@ -274,15 +286,14 @@ TEST(IsfRecover, RefusesBadFilesAndStopsAtTheFirstCorruptEntry) {
   auto no_magic = bytes;
   no_magic[0] = 0;
   EXPECT_EQ(CodeOf([&] { file.OpenUnterminated(FileOf(no_magic)->u16(), nullptr); }), 13u);
-  const auto into = FileOf(FixtureLinkedTo(kRecords - 8, false));
-  EXPECT_EQ(CodeOf([&] { file.OpenUnterminated(into->u16(), nullptr); }), 13u);
-  EXPECT_FALSE(file.IsOpen());
-
-  const auto past = FileOf(FixtureLinkedTo(kRecords, false));
-  file.OpenUnterminated(past->u16(), nullptr);
-  EXPECT_EQ(file.GetBlockCount(), 2u);
-  EXPECT_EQ(file.GetItemCount(), 20u);
-  file.Close();
+  // A block that is not full ends the chain whatever its link says.
+  for (const std::uint64_t next : {kRecords - 8, kRecords}) {
+    const auto linked = FileOf(FixtureLinkedTo(next, false));
+    file.OpenUnterminated(linked->u16(), nullptr);
+    EXPECT_EQ(file.GetBlockCount(), 1u);
+    EXPECT_EQ(file.GetItemCount(), 20u);
+    file.Close();
+  }
 
   SetEntryLength(bytes, 2, 0);
   const auto corrupt = FileOf(bytes);
@@ -302,13 +313,24 @@ TEST(IsfOpen, ReportsProgressEvery64Blocks) {
   // 65 linked blocks; only the first item of the last block is written.
   const std::uint32_t blocks = 65;
   FileBytes bytes = EmptyBlocks(blocks);
+  // That item: a one-byte payload right after the last block.
+  const std::size_t last_block = bytes.size() - isf::kBlockSize;
+  isf::EncodeEntry({kItemDiagTx, 0, 1}, &bytes[last_block]);
+  bytes.insert(bytes.end(), {0x00, 0x0C});
   AddTrailer(bytes, (blocks - 1) * isf::kItemsPerBlock + 1);
   const auto temp = FileOf(bytes);
+  // A read-write open walks every block; a read-only one only the first.
   CountingSink sink;
-  MappedItemStoreFile file;
-  file.Open(temp->u16(), true, &sink);
+  ItemStoreFile file;
+  file.Open(temp->u16(), false, &sink);
   EXPECT_EQ(file.GetBlockCount(), blocks);
   EXPECT_EQ(sink.calls, std::vector<std::uint32_t>{64});
+  file.Close();
+  CountingSink none;
+  MappedItemStoreFile mapped;
+  mapped.Open(temp->u16(), true, &none);
+  EXPECT_TRUE(none.calls.empty());
+  EXPECT_EQ(mapped.GetBlockCount(), blocks);
 }
 
 TEST(IsfMapped, KeepsSixBlocksMappedAndUnmapsTheOldestFirst) {

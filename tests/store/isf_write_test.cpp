@@ -230,3 +230,33 @@ TEST(IsfTemporary, DeletedOnCloseUnlessKept) {
 
 }  // namespace
 }  // namespace quillon
+
+namespace quillon {
+namespace {
+
+using namespace testing;
+
+// Reads between appends see every entry, whether entries are stored through
+// the mapped index or with writes (the read-write class keeps entries it
+// read in memory), and both give the same bytes.
+TEST(IsfWrite, ReadsBetweenAppendsSeeNewEntriesInEveryIndexMode) {
+  std::vector<std::uint8_t> bytes[2];
+  for (const IndexWrites how : {IndexWrites::kMapped, IndexWrites::kWriteCalls}) {
+    TempFile temp;
+    ItemStoreFile file;
+    file.SetIndexWrites(how);
+    file.Create(temp.u16());
+    for (std::uint8_t i = 0; i < 40; ++i) {
+      const ItemPtr item = DiagTx(TimeAtMs(kSomeMs + i), i);
+      file.AppendItem(item.get());
+      EXPECT_EQ(file.ReadItem(i)->GetPayload()[1], i);
+      EXPECT_EQ(file.ReadItem(i / 2)->GetPayload()[1], i / 2);
+    }
+    file.Close();
+    bytes[how == IndexWrites::kMapped ? 0 : 1] = ReadBytes(temp.path());
+  }
+  EXPECT_EQ(bytes[0], bytes[1]);
+}
+
+}  // namespace
+}  // namespace quillon
