@@ -1,5 +1,6 @@
-// The file both automation benchmarks read: 100,000 items copied round
-// robin from the bundled sample through the portable automation layer.
+// The files the automation and surface benchmarks read: items copied round
+// robin from the bundled sample through the portable automation layer
+// (100,000 unless asked otherwise).
 #pragma once
 
 #include <cstdint>
@@ -11,9 +12,10 @@ namespace quillon::bench {
 
 inline constexpr std::uint32_t kBenchItems = 100000;
 
-// Writes the file at `path` (replacing it); false when the sample cannot be
-// read or the file cannot be written.
-inline bool WriteBenchStore(const std::u16string& sample, const std::u16string& path) {
+// Writes `items` items to the file at `path` (replacing it); false when the
+// sample cannot be read or the file cannot be written.
+inline bool WriteBenchStore(const std::u16string& sample, const std::u16string& path,
+                            std::uint32_t items = kBenchItems) {
   CAutoItemStoreFiles files;
   const std::uint32_t source = files.LoadItemStore(sample);
   const std::uint32_t target = files.CreateItemStore(path);
@@ -21,7 +23,7 @@ inline bool WriteBenchStore(const std::u16string& sample, const std::u16string& 
   if (source == kAutoFailure || target == kAutoFailure || count == 0 || count == kAutoFailure) {
     return false;
   }
-  for (std::uint32_t i = 0; i < kBenchItems; ++i) {
+  for (std::uint32_t i = 0; i < items; ++i) {
     if (files.CopyItem(source, target, i % count, true) == kAutoFailure) return false;
   }
   return files.CloseItemStore(target);

@@ -13,9 +13,9 @@
 #include <vector>
 
 #include "automation/auto_color_item.h"
-#include "automation/auto_item_store_files.h"
 #include "automation/module.h"
 #include "automation/store_access.h"
+#include "bench/automation_bench_store.h"
 #include "platform/file.h"
 #include "platform/text_codec.h"
 #include "store/item_store.h"
@@ -25,20 +25,6 @@ namespace {
 using namespace quillon;
 
 constexpr std::uint32_t kItems = 1000000;
-
-bool WriteFile(const std::u16string& sample, const std::u16string& path) {
-  CAutoItemStoreFiles files;
-  const std::uint32_t source = files.LoadItemStore(sample);
-  const std::uint32_t target = files.CreateItemStore(path);
-  const std::uint32_t count = files.GetItemCount(source);
-  if (source == kAutoFailure || target == kAutoFailure || count == 0 || count == kAutoFailure) {
-    return false;
-  }
-  for (std::uint32_t i = 0; i < kItems; ++i) {
-    if (files.CopyItem(source, target, i % count, true) == kAutoFailure) return false;
-  }
-  return files.CloseItemStore(target);
-}
 
 void IterateNamesAndSummaries(benchmark::State& state, const std::u16string& path) {
   std::size_t text_bytes = 0;
@@ -66,7 +52,8 @@ int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   const std::u16string path = platform::Utf8ToUtf16(argc > 1 ? argv[1] : "surfaces_1m.isf");
   if (!platform::PathExists(path) &&
-      !WriteFile(platform::Utf8ToUtf16(QUILLON_SOURCE_DIR "/samples/demo.isf"), path)) {
+      !bench::WriteBenchStore(platform::Utf8ToUtf16(QUILLON_SOURCE_DIR "/samples/demo.isf"), path,
+                              kItems)) {
     std::fprintf(stderr, "bench_surfaces: cannot write the benchmark file\n");
     return 1;
   }

@@ -12,9 +12,10 @@ namespace {
 using dbtest::Has;
 
 // A struct row: struct ID, index, member kind, reference, repetition, specifier.
-std::string S(int id, int index, int kind, int ref, int rep = 0, const std::string& spec = "") {
+std::string S(int id, int index, int kind, int ref, int rep = 0,
+              const std::string& specifier = "") {
   return std::to_string(id) + "^" + std::to_string(index) + "^" + std::to_string(kind) + "^" +
-         std::to_string(ref) + "^\"\"^-1^" + std::to_string(rep) + "^\"" + spec + "\"\n";
+         std::to_string(ref) + "^\"\"^-1^" + std::to_string(rep) + "^\"" + specifier + "\"\n";
 }
 // The Diag entity {5, code} named "E<code>" over a struct and a format specifier.
 std::string D(int code, int struct_id, int format = -1) {
