@@ -19,6 +19,8 @@
 
 namespace quillon::cli {
 
+bool IsTerminal(int fd) { return QUILLON_ISATTY(fd) != 0; }
+
 GlobalOptions& Globals() {
   static GlobalOptions options;
   return options;
@@ -95,7 +97,7 @@ int UnreadableItems::ExitStatusAtEnd() const {
 
 Progress::Progress(std::string what, bool streams_output)
     : what_(std::move(what)),
-      terminal_(QUILLON_ISATTY(2) != 0 && !(streams_output && QUILLON_ISATTY(1) != 0)),
+      terminal_(IsTerminal(2) && !(streams_output && IsTerminal(1))),
       start_(std::chrono::steady_clock::now()),
       last_(start_) {}
 

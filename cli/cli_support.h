@@ -68,6 +68,10 @@ class UnreadableItems {
   std::uint32_t count_ = 0;
 };
 
+// Whether the file descriptor (1 standard output, 2 standard error) is a
+// terminal.
+bool IsTerminal(int fd);
+
 // A progress bar on stderr, drawn only when stderr is a terminal and the
 // work has taken more than a second; cleared when done. A command that
 // prints as it goes (`streams_output`) shows none while stdout is a

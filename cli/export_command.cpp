@@ -28,10 +28,6 @@
 #if defined(_WIN32)
 #include <fcntl.h>
 #include <io.h>
-#define QUILLON_ISATTY(fd) _isatty(fd)
-#else
-#include <unistd.h>
-#define QUILLON_ISATTY(fd) ::isatty(fd)
 #endif
 
 #include "automation/item_table.h"
@@ -436,7 +432,7 @@ const ExportFormat kFormats[] = {
 // Standard output in binary mode, or the file of --output.
 ByteSink OpenOutput(const std::string& path, std::unique_ptr<CaptureFile>& file) {
   if (path.empty()) {
-    if (QUILLON_ISATTY(1) != 0) {
+    if (IsTerminal(1)) {
       Fail("a capture is binary and standard output is a terminal: use --output FILE or a pipe",
            kExitUsage);
     }
